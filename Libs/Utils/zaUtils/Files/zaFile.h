@@ -46,7 +46,7 @@ public:
     /// is absolute already has its separators converted only.
     static std::string rel2Abs(const std::string& base, const std::string& path);
 
-    static std::string convertSeparators(const std::string& path);      ///< every '/' to '\'
+    static std::string convertSeparators(const std::string& path);        ///< every '/' to '\'
     static std::string convertToUnixSeparators(const std::string& path);  ///< every '\' to '/'
 
     /// False for an empty path and for one that starts with a separator or '$' or has a drive

@@ -43,13 +43,14 @@ bool startsWith(std::string_view text, std::string_view mark) {
     return text.substr(0, mark.size()) == mark;
 }
 
-/// The 16 bytes at a position; fewer where the file ends or cannot be read.
-std::string readFooter(File& file, std::uint64_t position) {
-    std::string footer(kFooterSize, '\0');
+/// The 16 bytes at a position; fewer where the file ends.
+Error readFooter(File& file, std::int64_t position, std::string& footer) {
+    footer.assign(kFooterSize, '\0');
     std::size_t count = 0;
-    if (file.seek(position).ok()) static_cast<void>(file.read(footer.data(), kFooterSize, count));
+    Error error = file.seek(static_cast<std::uint64_t>(position));
+    if (error.ok()) error = file.read(footer.data(), kFooterSize, count);
     footer.resize(count);
-    return footer;
+    return error;
 }
 
 /// The length in a metadata footer.
@@ -65,23 +66,26 @@ template <typename OnMetadata>
 void locate(File& file, unsigned int skip, Info& info, OnMetadata onMetadata) {
     if (!file.seekToEnd(info.fileSize).ok()) return;
     info.state = State::Missing;
-    const auto size = static_cast<std::int64_t>(info.fileSize);
-    std::int64_t position = size - static_cast<std::int64_t>(kFooterSize);
+    auto position = static_cast<std::int64_t>(info.fileSize - kFooterSize);
     if (position < skip) return;
 
-    std::string footer = readFooter(file, static_cast<std::uint64_t>(position));
-    if (startsWith(footer, kMetadataMark)) {
+    std::string footer;
+    Error error = readFooter(file, position, footer);
+    if (error.ok() && startsWith(footer, kMetadataMark)) {
         info.hasMetadata = true;
         onMetadata();
         info.metadataSize = metadataSizeOf(footer);
         position -= info.metadataSize;
         if (position < skip) return;
-        footer = readFooter(file, static_cast<std::uint64_t>(position));
+        error = readFooter(file, position, footer);
     }
-    if (footer.size() != kFooterSize || !startsWith(footer, kChecksumMark)) return;
-    info.state = State::Found;
-    info.footerPosition = static_cast<std::uint64_t>(position);
-    info.stored = footer.substr(kMarkSize);
+    if (!error.ok()) {
+        info.state = State::Unreadable;
+    } else if (footer.size() == kFooterSize && startsWith(footer, kChecksumMark)) {
+        info.state = State::Found;
+        info.footerPosition = static_cast<std::uint64_t>(position);
+        info.stored = footer.substr(kMarkSize);
+    }
 }
 
 /// CRC-32 of the next `length` bytes, or of what there is of them.

@@ -178,7 +178,8 @@ bool zaFile::createPath(const std::string& path) {
 bool zaFile::copy(const std::string& source, const std::string& destination) {
     File in;
     File out;
-    if (source.empty() || destination.empty() || !in.open(source, OpenMode::Read).ok()) return false;
+    if (source.empty() || destination.empty() || !in.open(source, OpenMode::Read).ok())
+        return false;
     // Opening the destination would empty the source.
     if (za::os::isSameFile(source, destination)) return false;
     if (!out.open(destination, OpenMode::Write).ok()) return false;

@@ -48,7 +48,8 @@ VariableReference readReference(std::string_view text, std::size_t maxNameLength
     const std::size_t end = !enclosed     ? rest.find_first_not_of(kNameCharacters)
                             : open == '(' ? rest.find_first_of(") ")
                                           : rest.find_first_of("} ");
-    const std::string_view name = rest.substr(0, std::min(end, maxNameLength));
+    // Only an enclosed name is cut where the room ends.
+    const std::string_view name = rest.substr(0, enclosed ? std::min(end, maxNameLength) : end);
     if (!enclosed) return {std::string(name), 1 + name.size(), true};
     const char close = name.size() < rest.size() ? rest[name.size()] : '\0';
     return {std::string(name), 3 + name.size(), close == (open == '(' ? ')' : '}')};
@@ -62,7 +63,8 @@ bool usableValue(const std::string& name, std::string& value) {
 
 bool isHomeReference(const std::string& path, std::size_t position) {
     if (path[position] != '~') return false;
-    return position == 0 || std::strchr("\t ;<>|", path[position - 1]) != nullptr;
+    constexpr std::string_view kBefore = "\t ;<>|";
+    return position == 0 || kBefore.find(path[position - 1]) != std::string_view::npos;
 }
 
 // --- relative paths ---
@@ -109,14 +111,23 @@ std::string follow(const std::string& base, const std::string& path) {
     std::string result = base;
     const std::string drive = takeDrive(result);
     const bool rooted = !result.empty() && result[0] == '/';
-    while (result.size() > 1 && result.back() == '/') result.pop_back();
+    const auto trimEnd = [&] {
+        while (result.size() > 1 && result.back() == '/')
+            result.pop_back();
+    };
+    trimEnd();
 
+    // False when ".." has to be written. The base may itself hold "//", "." and "..".
     const auto goUp = [&] {
-        const std::size_t separator = result.rfind('/');
-        const std::string last = result.substr(separator == std::string::npos ? 0 : separator + 1);
-        if (last.empty() || last == "..") return rooted;
-        result.erase(separator == std::string::npos ? 0 : std::max<std::size_t>(separator, rooted));
-        return true;
+        for (;;) {
+            const std::size_t start = result.rfind('/') + 1;  // npos + 1 is 0
+            const std::string last = result.substr(start);
+            if (last.empty()) return rooted;
+            if (last == "..") return false;
+            result.erase(start);
+            trimEnd();
+            if (last != ".") return true;
+        }
     };
     const auto goDown = [&](const std::string& component) {
         if (!result.empty() && result.back() != '/') result += '/';
@@ -126,7 +137,9 @@ std::string follow(const std::string& base, const std::string& path) {
         if (component.empty() || component == ".") continue;
         if (component != ".." || !goUp()) goDown(component);
     }
-    if (path.size() > 1 && path.back() == '/' && result.back() != '/') result += '/';
+    if (path.size() > 1 && path.back() == '/' && !result.empty() && result.back() != '/') {
+        result += '/';
+    }
     return drive + result;
 }
 
@@ -152,8 +165,7 @@ std::string zaFile::expandFilename(const std::string& path) {
             continue;
         }
         const std::size_t room = kPathBufferSize - result.size();
-        const VariableReference reference =
-            readReference(std::string_view(path).substr(in), room);
+        const VariableReference reference = readReference(std::string_view(path).substr(in), room);
         if (reference.length == 1) {  // no name
             result += path[in++];
             continue;

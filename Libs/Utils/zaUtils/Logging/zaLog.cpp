@@ -113,12 +113,18 @@ private:
 
 Colour colourOf(int type) {
     switch (type) {
-        case 1: return Colour::Yellow;
-        case 2: return Colour::BrightRed;
-        case 4: return Colour::BlueAdded;
-        case 5: return Colour::Grey;
-        case 6: return Colour::BrightMagenta;
-        default: return Colour::Unchanged;
+        case 1:
+            return Colour::Yellow;
+        case 2:
+            return Colour::BrightRed;
+        case 4:
+            return Colour::BlueAdded;
+        case 5:
+            return Colour::Grey;
+        case 6:
+            return Colour::BrightMagenta;
+        default:
+            return Colour::Unchanged;
     }
 }
 
@@ -153,9 +159,12 @@ const zaLog::KindTraits& zaLog::traits(Kind kind) {
 
 zaLog::Callback zaLog::callback(Kind kind) {
     switch (kind) {
-        case Kind::Info: return _info_fp;
-        case Kind::Warning: return _warning_fp;
-        case Kind::Error: return _error_fp;
+        case Kind::Info:
+            return _info_fp;
+        case Kind::Warning:
+            return _warning_fp;
+        case Kind::Error:
+            return _error_fp;
     }
     return nullptr;
 }
@@ -324,11 +333,20 @@ std::string zaLog::convertToHtml(const std::string& text) {
     result.reserve(text.size());
     for (const char c : text) {
         switch (c) {
-            case '"': result += "&#34;"; break;
-            case '&': result += "&#38;"; break;
-            case '<': result += "&#60;"; break;
-            case '>': result += "&#62;"; break;
-            default: result += c;
+            case '"':
+                result += "&#34;";
+                break;
+            case '&':
+                result += "&#38;";
+                break;
+            case '<':
+                result += "&#60;";
+                break;
+            case '>':
+                result += "&#62;";
+                break;
+            default:
+                result += c;
         }
     }
     if (!result.empty() && result.back() == '\n') result.pop_back();
@@ -391,7 +409,8 @@ void zaLog::disableOutputStream() {
 }
 
 const char* zaLog::getLastError() {
-    static const za::os::ThreadSlot slot([](void* text) { delete static_cast<std::string*>(text); });
+    static const za::os::ThreadSlot slot(
+        [](void* text) { delete static_cast<std::string*>(text); });
     auto* copy = static_cast<std::string*>(slot.get());
     if (!copy) {
         copy = new std::string;

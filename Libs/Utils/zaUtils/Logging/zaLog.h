@@ -112,13 +112,13 @@ public:
     /// final newline, if it has one.
     static std::string convertToHtml(const std::string& text);
 
-    static bool _enabled;                ///< false: every logging call returns at once
-    static bool _add_time_stamp;         ///< lines carry a time stamp (plain, CSV: kind, number too)
-    static int _log_format;              ///< see Format
-    static int _nr;                      ///< offset added to the base number of every kind
-    static Callback _info_fp;            ///< callback of infos, may be null
-    static Callback _warning_fp;         ///< callback of warnings, may be null
-    static Callback _error_fp;           ///< callback of errors, may be null
+    static bool _enabled;         ///< false: every logging call returns at once
+    static bool _add_time_stamp;  ///< lines carry a time stamp (plain, CSV: kind, number too)
+    static int _log_format;       ///< see Format
+    static int _nr;               ///< offset added to the base number of every kind
+    static Callback _info_fp;     ///< callback of infos, may be null
+    static Callback _warning_fp;  ///< callback of warnings, may be null
+    static Callback _error_fp;    ///< callback of errors, may be null
     static std::string* _output_buffer;  ///< the caller's string, may be null
     static void* _output_streambuf;      ///< the caller's stream buffer, may be null
     static std::string _last_error;      ///< text of the last error; guarded by the lock

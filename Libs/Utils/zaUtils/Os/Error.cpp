@@ -9,17 +9,25 @@ namespace {
 ErrorKind kindOf(int code) {
     switch (code) {
         case ENOENT:
-        case ENOTDIR: return ErrorKind::NotFound;
+        case ENOTDIR:
+            return ErrorKind::NotFound;
         case EACCES:
         case EPERM:
-        case EROFS: return ErrorKind::AccessDenied;
-        case EEXIST: return ErrorKind::AlreadyExists;
-        case EISDIR: return ErrorKind::IsDirectory;
-        case ENOSPC: return ErrorKind::NoSpace;
+        case EROFS:
+            return ErrorKind::AccessDenied;
+        case EEXIST:
+            return ErrorKind::AlreadyExists;
+        case EISDIR:
+            return ErrorKind::IsDirectory;
+        case ENOSPC:
+            return ErrorKind::NoSpace;
         case EMFILE:
-        case ENFILE: return ErrorKind::TooManyOpenFiles;
-        case EIO: return ErrorKind::Io;
-        default: return ErrorKind::Other;
+        case ENFILE:
+            return ErrorKind::TooManyOpenFiles;
+        case EIO:
+            return ErrorKind::Io;
+        default:
+            return ErrorKind::Other;
     }
 }
 

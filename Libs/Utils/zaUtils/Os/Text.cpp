@@ -52,8 +52,12 @@ char32_t takeUtf8(std::string_view& text) {
     return value;
 }
 
-constexpr bool isHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-constexpr bool isLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+constexpr bool isHighSurrogate(char32_t unit) {
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+constexpr bool isLowSurrogate(char32_t unit) {
+    return unit >= 0xDC00 && unit <= 0xDFFF;
+}
 
 char32_t takeUtf16(std::wstring_view& text) {
     const auto first = static_cast<char32_t>(text[0]);

@@ -9,9 +9,12 @@ std::vector<std::string> zaConsole::getArguments(int argc, const char* const* ar
 
 bool zaConsole::isTerminal(Stream stream) {
     switch (stream) {
-        case Stream::Input: return za::os::isTerminal(za::os::Stream::Input);
-        case Stream::Output: return za::os::isTerminal(za::os::Stream::Output);
-        case Stream::Error: return za::os::isTerminal(za::os::Stream::Error);
+        case Stream::Input:
+            return za::os::isTerminal(za::os::Stream::Input);
+        case Stream::Output:
+            return za::os::isTerminal(za::os::Stream::Output);
+        case Stream::Error:
+            return za::os::isTerminal(za::os::Stream::Error);
     }
     return false;
 }

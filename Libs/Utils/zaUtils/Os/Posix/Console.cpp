@@ -13,9 +13,12 @@ namespace {
 
 int descriptor(Stream stream) {
     switch (stream) {
-        case Stream::Input: return STDIN_FILENO;
-        case Stream::Output: return STDOUT_FILENO;
-        case Stream::Error: return STDERR_FILENO;
+        case Stream::Input:
+            return STDIN_FILENO;
+        case Stream::Output:
+            return STDOUT_FILENO;
+        case Stream::Error:
+            return STDERR_FILENO;
     }
     return STDERR_FILENO;
 }
@@ -23,12 +26,18 @@ int descriptor(Stream stream) {
 /// The control sequences (ECMA-48, "select graphic rendition") that stand for the colours.
 std::string_view sequence(Colour colour) {
     switch (colour) {
-        case Colour::Unchanged: return "";
-        case Colour::BlueAdded: return "\033[36m";
-        case Colour::Yellow: return "\033[33m";
-        case Colour::Grey: return "\033[37m";
-        case Colour::BrightRed: return "\033[91m";
-        case Colour::BrightMagenta: return "\033[95m";
+        case Colour::Unchanged:
+            return "";
+        case Colour::BlueAdded:
+            return "\033[36m";
+        case Colour::Yellow:
+            return "\033[33m";
+        case Colour::Grey:
+            return "\033[37m";
+        case Colour::BrightRed:
+            return "\033[91m";
+        case Colour::BrightMagenta:
+            return "\033[95m";
     }
     return "";
 }

@@ -36,8 +36,7 @@ Error ownerName(const std::string& path, std::string& name) {
     for (;;) {
         passwd entry{};
         passwd* found = nullptr;
-        const int code =
-            ::getpwuid_r(status.st_uid, &entry, buffer.data(), buffer.size(), &found);
+        const int code = ::getpwuid_r(status.st_uid, &entry, buffer.data(), buffer.size(), &found);
         if (code == ERANGE) {
             buffer.resize(2 * buffer.size());
             continue;

@@ -17,12 +17,17 @@ namespace {
 
 int openFlags(OpenMode mode) {
     switch (mode) {
-        case OpenMode::Read: return O_RDONLY;
-        case OpenMode::Write: return O_WRONLY | O_CREAT | O_TRUNC;
-        case OpenMode::CreateNew: return O_WRONLY | O_CREAT | O_EXCL;
+        case OpenMode::Read:
+            return O_RDONLY;
+        case OpenMode::Write:
+            return O_WRONLY | O_CREAT | O_TRUNC;
+        case OpenMode::CreateNew:
+            return O_WRONLY | O_CREAT | O_EXCL;
         case OpenMode::Append:
-        case OpenMode::AppendText: return O_WRONLY | O_CREAT | O_APPEND;
-        case OpenMode::Update: return O_RDWR;
+        case OpenMode::AppendText:
+            return O_WRONLY | O_CREAT | O_APPEND;
+        case OpenMode::Update:
+            return O_RDWR;
     }
     return O_RDONLY;
 }
@@ -31,7 +36,8 @@ int openFlags(OpenMode mode) {
 template <typename Call>
 auto retry(Call call) {
     auto result = call();
-    while (result < 0 && errno == EINTR) result = call();
+    while (result < 0 && errno == EINTR)
+        result = call();
     return result;
 }
 
@@ -47,7 +53,8 @@ class PosixFileBackend final : public FileBackend {
 public:
     Error open(const std::string& path, OpenMode mode, Handle& handle) override {
         const std::string native = nativePath(path);
-        const int fd = retry([&] { return ::open(native.c_str(), openFlags(mode) | O_CLOEXEC, 0666); });
+        const int fd =
+            retry([&] { return ::open(native.c_str(), openFlags(mode) | O_CLOEXEC, 0666); });
         if (fd < 0) return lastError();
         struct stat status {};
         if (::fstat(fd, &status) == 0 && S_ISDIR(status.st_mode)) {
@@ -95,7 +102,8 @@ public:
     Error renameFile(const std::string& from, const std::string& to) override {
         const std::string source = nativePath(from);
         const std::string target = nativePath(to);
-        if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) {
+        if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) ==
+            0) {
             return {};
         }
         if (errno != EINVAL) return lastError();

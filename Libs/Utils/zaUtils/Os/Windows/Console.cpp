@@ -10,9 +10,12 @@ namespace {
 
 HANDLE handleOf(Stream stream) {
     switch (stream) {
-        case Stream::Input: return GetStdHandle(STD_INPUT_HANDLE);
-        case Stream::Output: return GetStdHandle(STD_OUTPUT_HANDLE);
-        case Stream::Error: return GetStdHandle(STD_ERROR_HANDLE);
+        case Stream::Input:
+            return GetStdHandle(STD_INPUT_HANDLE);
+        case Stream::Output:
+            return GetStdHandle(STD_OUTPUT_HANDLE);
+        case Stream::Error:
+            return GetStdHandle(STD_ERROR_HANDLE);
     }
     return nullptr;
 }
@@ -23,9 +26,12 @@ bool isValid(HANDLE handle) {
 
 WORD attributesOf(Colour colour, WORD current) {
     switch (colour) {
-        case Colour::Unchanged: return current;
-        case Colour::BlueAdded: return current | FOREGROUND_BLUE;
-        default: return static_cast<WORD>(colour);
+        case Colour::Unchanged:
+            return current;
+        case Colour::BlueAdded:
+            return current | FOREGROUND_BLUE;
+        default:
+            return static_cast<WORD>(colour);
     }
 }
 
@@ -64,8 +70,10 @@ bool readLine(std::string& line) {
         if (!ReadConsoleW(input, buffer, 256, &count, nullptr) || count == 0) break;
         units.append(buffer, count);
     }
-    if (units.empty()) return false;
-    while (!units.empty() && (units.back() == L'\n' || units.back() == L'\r')) units.pop_back();
+    // A line that starts with Ctrl+Z is how the end of the input is typed.
+    if (units.empty() || units.front() == L'\x1A') return false;
+    while (!units.empty() && (units.back() == L'\n' || units.back() == L'\r'))
+        units.pop_back();
     utf16ToUtf8(units, OnMalformed::Replace, line);
     return true;
 }

@@ -18,12 +18,18 @@ namespace {
 
 int openFlags(OpenMode mode) {
     switch (mode) {
-        case OpenMode::Read: return _O_RDONLY | _O_BINARY;
-        case OpenMode::Write: return _O_WRONLY | _O_CREAT | _O_TRUNC | _O_BINARY;
-        case OpenMode::CreateNew: return _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY;
-        case OpenMode::Append: return _O_WRONLY | _O_CREAT | _O_APPEND | _O_BINARY;
-        case OpenMode::AppendText: return _O_WRONLY | _O_CREAT | _O_APPEND | _O_TEXT;
-        case OpenMode::Update: return _O_RDWR | _O_BINARY;
+        case OpenMode::Read:
+            return _O_RDONLY | _O_BINARY;
+        case OpenMode::Write:
+            return _O_WRONLY | _O_CREAT | _O_TRUNC | _O_BINARY;
+        case OpenMode::CreateNew:
+            return _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY;
+        case OpenMode::Append:
+            return _O_WRONLY | _O_CREAT | _O_APPEND | _O_BINARY;
+        case OpenMode::AppendText:
+            return _O_WRONLY | _O_CREAT | _O_APPEND | _O_TEXT;
+        case OpenMode::Update:
+            return _O_RDWR | _O_BINARY;
     }
     return _O_RDONLY | _O_BINARY;
 }

@@ -14,7 +14,8 @@ std::vector<std::string> commandLineArguments(int, const char* const*) {
         CommandLineToArgvW(GetCommandLineW(), &count), LocalFree);
     std::vector<std::string> result;
     if (!arguments) return result;
-    for (int i = 1; i < count; ++i) result.push_back(narrow(arguments.get()[i]));
+    for (int i = 1; i < count; ++i)
+        result.push_back(narrow(arguments.get()[i]));
     return result;
 }
 

@@ -1,0 +1,123 @@
+#include "ChecksumCommand.h"
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ChecksumJob.h"
+#include "ChecksumReport.h"
+#include "ExitCode.h"
+#include "FileWalk.h"
+#include "zaUtils/Files/zaFile.h"
+#include "zaUtils/Logging/zaLog.h"
+
+namespace {
+
+struct Options {
+    std::vector<std::string> files;
+    unsigned int skip = 0;
+    bool recursive = false;
+    bool force = false;
+    bool json = false;
+    std::string output;
+};
+
+using Job = std::function<ChecksumResult(const std::string& file, const Options& options)>;
+
+void logReportError(const Options& options, const char* text) {
+    zaLog::errorIPython((options.output + ": " + text).c_str());
+}
+
+void workOnFiles(const Job& job, const Options& options, ChecksumReport& report) {
+    for (const FileTarget& target : findFiles(options.files, options.recursive)) {
+        ChecksumResult result;
+        if (target.problem.empty()) {
+            result = job(target.path, options);
+        } else {
+            result = {target.path, ChecksumResult::Kind::Failed, target.problem, {}};
+        }
+        if (!options.json) logResult(result);
+        report.exitCode = ExitCode::worse(report.exitCode, exitCodeOf(result.kind));
+        report.results.push_back(std::move(result));
+    }
+}
+
+void publish(const Options& options, ChecksumReport& report) {
+    if (!options.output.empty() && !zaFile::write(options.output, toJson(report) + '\n')) {
+        zaFile::perror(options.output + ": the report cannot be written");
+        report.exitCode = ExitCode::kFailed;
+    }
+    if (options.json) zaLog::infoI(toJson(report).c_str(), 0, false);
+}
+
+int run(const std::string& command, const Job& job, const Options& options) {
+    ChecksumReport report{command, options.skip, ExitCode::kSuccess, {}};
+    // Asked first, because a refusal must leave everything as it was.
+    if (!options.output.empty() && !zaFile::checkWrite(options.output, true, true)) {
+        logReportError(options, "the report may not be written, so nothing was done");
+        report.exitCode = ExitCode::kFailed;
+        if (options.json) zaLog::infoI(toJson(report).c_str(), 0, false);
+        return report.exitCode;
+    }
+    workOnFiles(job, options, report);
+    publish(options, report);
+    return report.exitCode;
+}
+
+/// Rejects what the parser would read in base 8 or 16.
+std::string checkDecimal(const std::string& text) {
+    const bool decimal = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+    return decimal && (text == "0" || text.front() != '0') ? "" : "must be a decimal number";
+}
+
+void addOptions(CLI::App& command, Options& options) {
+    command.add_option("FILE", options.files, "Files or, with -r, folders")
+        ->required()
+        ->type_name("");
+    command.add_option("--skip", options.skip, "Bytes at the start that the checksum leaves out")
+        ->check(checkDecimal)
+        ->type_name("N");
+    command.add_flag("-r,--recursive", options.recursive, "Take all files below a folder");
+    command.add_flag("--json", options.json, "Print one JSON document instead of lines");
+    command.add_option("--output", options.output, "Also write the JSON document to this file")
+        ->type_name("FILE");
+}
+
+CLI::App& addCommand(CLI::App& parent, const std::string& name, const std::string& description,
+                     const std::shared_ptr<Options>& options, const Job& job, int& exitCode) {
+    CLI::App& command = *parent.add_subcommand(name, description);
+    addOptions(command, *options);
+    command.callback([=, &exitCode] { exitCode = run(name, job, *options); });
+    return command;
+}
+
+}  // namespace
+
+void addChecksumCommand(CLI::App& app, int& exitCode) {
+    CLI::App& checksum = *app.add_subcommand("checksum", "Works on the checksum footers of files");
+    checksum.require_subcommand(1);
+    checksum.footer(
+        "\nExit code: 0 all correct or done, 1 a checksum is wrong, 2 a file carries none,\n"
+        "3 a file cannot be read or written, 64 the command line is wrong.");
+    const auto options = std::make_shared<Options>();
+
+    CLI::App& add = addCommand(
+        checksum, "add", "Adds a checksum to files that carry none", options,
+        [](const std::string& file, const Options& o) { return addToFile(file, o.skip, o.force); },
+        exitCode);
+    add.add_flag("--force", options->force, "Renew the checksum of a file that carries one");
+
+    addCommand(
+        checksum, "verify", "Compares the checksum with the file's content", options,
+        [](const std::string& file, const Options& o) { return verifyFile(file, o.skip); },
+        exitCode);
+    addCommand(
+        checksum, "show", "Tells what the footer says, without reading the content", options,
+        [](const std::string& file, const Options& o) { return showFile(file, o.skip); }, exitCode);
+    addCommand(
+        checksum, "strip", "Takes the checksum out of the file again", options,
+        [](const std::string& file, const Options& o) { return stripFile(file, o.skip); },
+        exitCode);
+}

@@ -1,0 +1,109 @@
+"""Files beyond 4 GiB: positions are right, and memory does not grow with the file."""
+
+import ctypes
+import os
+import subprocess
+import time
+import unittest
+import zlib
+
+from zaToolTesting import COMMAND, SUCCESS, WRONG, ToolTestCase, crc, footer, metadata_block
+
+MIB = 1 << 20
+GIB = 1 << 30
+ALLOWED_GROWTH = 16 * MIB
+
+# The bytes on both sides of the 4 GiB mark, in a file that is otherwise a hole.
+MARKED_POSITION = 4 * GIB - 5
+MARK = b"0123456789"
+PAYLOAD_SIZE = 4 * GIB + 12345
+METADATA = metadata_block(b"m" * 1000)
+
+
+def payload_crc():
+    hole = bytes(16 * MIB)
+    value = 0
+    for start in range(0, MARKED_POSITION, len(hole)):
+        value = zlib.crc32(hole[:min(len(hole), MARKED_POSITION - start)], value)
+    value = zlib.crc32(MARK, value)
+    return zlib.crc32(bytes(PAYLOAD_SIZE - MARKED_POSITION - len(MARK)), value)
+
+
+def adopt_orphans():
+    set_child_subreaper = 36
+    if ctypes.CDLL(None, use_errno=True).prctl(set_child_subreaper, 1, 0, 0, 0) != 0:
+        raise OSError(ctypes.get_errno(), "cannot become the parent of orphaned processes")
+
+
+class LargeFile(ToolTestCase):
+    @classmethod
+    def setUpClass(cls):
+        adopt_orphans()
+        cls.digits = b"%08X" % payload_crc()
+
+    def setUp(self):
+        super().setUp()
+        with open(self.folder / "large", "wb") as file:
+            file.truncate(PAYLOAD_SIZE)
+            file.seek(MARKED_POSITION)
+            file.write(MARK)
+            file.seek(PAYLOAD_SIZE)
+            file.write(footer(self.digits) + METADATA)
+
+    def overwrite(self, position, data):
+        with open(self.folder / "large", "r+b") as file:
+            file.seek(position)
+            file.write(data)
+
+    def measure(self, *arguments):
+        """Exit code, output and peak memory in bytes of one run.
+
+        A shell that is small starts the tool and leaves it to us: a child's peak counts the memory
+        of the process that it was forked from, and ours would hide that of the tool.
+        """
+        with open(self.folder / "out", "w+b") as out:
+            environment = dict(os.environ, ZA_WINE_DIRECT="1")
+            started = time.monotonic()
+            shell = subprocess.run(
+                ["/bin/sh", "-c", '"$@" >out 2>&1 & echo $!', "sh", *COMMAND, *arguments],
+                cwd=self.folder, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
+            _, status, usage = os.wait4(int(shell.stdout), 0)
+            seconds = time.monotonic() - started
+            text = out.read().decode().replace("\r\n", "\n")
+        peak = usage.ru_maxrss * 1024
+        print(f"\n{' '.join(arguments)}: {peak / MIB:.1f} MiB, {seconds:.2f} s", flush=True)
+        return os.waitstatus_to_exitcode(status), text, peak
+
+    def test_verify_finds_a_byte_beyond_4_gib_in_constant_memory(self):
+        digits = self.digits.decode()
+        _, _, empty_run = self.measure("--version")
+        code, text, peak = self.measure("checksum", "verify", "large")
+        self.assertEqual((SUCCESS, f"large: correct {digits}\n"), (code, text))
+        self.assertLess(peak - empty_run, ALLOWED_GROWTH)
+
+        self.overwrite(PAYLOAD_SIZE - 1, b"\x01")
+        code, text, peak = self.measure("checksum", "verify", "large")
+        self.assertEqual(WRONG, code)
+        self.assertRegex(text, f"^large: wrong checksum: computed [0-9A-F]{{8}}, stored {digits}\n$")
+        self.assertLess(peak - empty_run, ALLOWED_GROWTH)
+
+    def test_show_strip_and_skip_reach_beyond_4_gib(self):
+        line = (f"large: {self.digits.decode()}, payload {PAYLOAD_SIZE} bytes, "
+                f"footer at {PAYLOAD_SIZE}, metadata {len(METADATA)} bytes\n")
+        self.expect(SUCCESS, line, "", "checksum", "show", "large")
+
+        # The largest head leaves out all but the last bytes, which are known.
+        skip = 4 * GIB - 1
+        rest = MARK[4:] + bytes(PAYLOAD_SIZE - MARKED_POSITION - len(MARK))
+        self.overwrite(PAYLOAD_SIZE, footer(crc(rest)))
+        self.expect(SUCCESS, f"large: correct {crc(rest).decode()}\n", "",
+                    "checksum", "verify", "--skip", str(skip), "large")
+
+        self.assertEqual(SUCCESS, self.run_tool("checksum", "strip", "large").code)
+        with open(self.folder / "large", "rb") as file:
+            file.seek(PAYLOAD_SIZE - 1)
+            self.assertEqual(b"\0" + METADATA, file.read())
+
+
+if __name__ == "__main__":
+    unittest.main()
