@@ -26,6 +26,7 @@ std::vector<std::string> g_answers;
 
 /// Says what came of a step; one that went wrong ends the program.
 void expect(bool asItShould, const std::string& outcome) {
+    std::fflush(stdout);  // the log writes past it
     if (asItShould) {
         zaLog::info("  %s", outcome.c_str());
         return;
@@ -123,7 +124,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: ChecksummedFiles SCRATCH_FOLDER ANSWERS FILE...\n");
         return EXIT_FAILURE;
     }
-    std::setvbuf(stdout, nullptr, _IONBF, 0);  // keeps the order of what goes to the console
+    std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);
     g_answers = zaString::getCommaSeparatedNames(arguments[1]);
     zaUtils::init(answerQuestion);
 
@@ -138,8 +139,10 @@ int main(int argc, char** argv) {
         appendMetadata(copies.back());
     }
     std::printf("Overwriting\n");
+    std::fflush(stdout);
     askBeforeOverwriting(copies.front());
     std::printf("Kinds of message\n");
+    std::fflush(stdout);
     showTheKindsOfMessage();
     return EXIT_SUCCESS;
 }

@@ -17,5 +17,6 @@ std::filesystem::path toStandardPath(const std::string& path);
 ///
 /// With `recursive`, a folder stands for all regular files below it, sorted by name. Symbolic links
 /// in there are left alone, so that nothing outside of the folder is reached; a link that is named
-/// itself is followed. A name that does not exist is kept: opening it tells the reason.
+/// itself is followed. (For Windows, the standard library of mingw-w64 does not tell links from
+/// what they lead to.) A name that does not exist is kept: opening it tells the reason.
 std::vector<FileTarget> findFiles(const std::vector<std::string>& names, bool recursive);

@@ -56,23 +56,33 @@ class LargeFile(ToolTestCase):
             file.write(data)
 
     def measure(self, *arguments):
-        """Exit code, output and peak memory in bytes of one run.
-
-        A shell that is small starts the tool and leaves it to us: a child's peak counts the memory
-        of the process that it was forked from, and ours would hide that of the tool.
-        """
+        """Exit code, output and peak memory in bytes of one run."""
         with open(self.folder / "out", "w+b") as out:
-            environment = dict(os.environ, ZA_WINE_DIRECT="1")
+            process = self.start_from_small_parent(arguments)
             started = time.monotonic()
-            shell = subprocess.run(
-                ["/bin/sh", "-c", '"$@" >out 2>&1 & echo $!', "sh", *COMMAND, *arguments],
-                cwd=self.folder, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
-            _, status, usage = os.wait4(int(shell.stdout), 0)
+            _, status, usage = os.wait4(process, 0)
             seconds = time.monotonic() - started
             text = out.read().decode().replace("\r\n", "\n")
         peak = usage.ru_maxrss * 1024
         print(f"\n{' '.join(arguments)}: {peak / MIB:.1f} MiB, {seconds:.2f} s", flush=True)
         return os.waitstatus_to_exitcode(status), text, peak
+
+    def start_from_small_parent(self, arguments):
+        """Starts the tool as a child of ours that was forked from a shell.
+
+        A child's peak counts the memory of the process that it was forked from, and ours would hide
+        the tool's. The tool starts only when the shell is gone, which else might wait for it first.
+        """
+        script = 'exec 3<&0; { read -r go <&3; exec "$@" 3<&-; } >out 2>&1 & echo $!'
+        gate, opener = os.pipe()
+        try:
+            shell = subprocess.run(["/bin/sh", "-c", script, "sh", *COMMAND, *arguments],
+                                   cwd=self.folder, env=dict(os.environ, ZA_WINE_DIRECT="1"),
+                                   stdin=gate, stdout=subprocess.PIPE, check=True)
+        finally:
+            os.close(gate)
+            os.close(opener)
+        return int(shell.stdout)
 
     def test_verify_finds_a_byte_beyond_4_gib_in_constant_memory(self):
         digits = self.digits.decode()

@@ -19,7 +19,4 @@ public:
 
     /// Whether nothing was written since the mark while standard output could not be coloured.
     bool staysEmptyWithoutColours(void (*write)()) const;
-
-private:
-    short _line = 0;
 };

@@ -9,6 +9,8 @@ namespace {
 
 constexpr WORD kInitialAttributes = FOREGROUND_GREEN | FOREGROUND_INTENSITY;
 
+short g_line = 0;  // where the mark is
+
 HANDLE console() {
     return GetStdHandle(STD_OUTPUT_HANDLE);
 }
@@ -30,7 +32,7 @@ Screen::Screen() {
 }
 
 void Screen::mark() {
-    _line = info().dwCursorPosition.Y;
+    g_line = info().dwCursorPosition.Y;
 }
 
 bool Screen::shows(const std::string& text, int attributes) const {
@@ -40,7 +42,7 @@ bool Screen::shows(const std::string& text, int attributes) const {
     MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), expected.data(),
                         size);
 
-    const COORD start{0, _line};
+    const COORD start{0, g_line};
     DWORD count = 0;
     std::vector<WORD> cells(expected.size());
     std::wstring shown(expected.size(), L'\0');
@@ -52,9 +54,9 @@ bool Screen::shows(const std::string& text, int attributes) const {
     for (const WORD cell : cells)
         right = right && cell == attributes;
     right = right && info().wAttributes == kInitialAttributes &&
-            info().dwCursorPosition.Y > _line && info().dwCursorPosition.X == 0;
+            info().dwCursorPosition.Y > g_line && info().dwCursorPosition.X == 0;
     if (!right) {
-        std::fprintf(stderr, "line %d should read '%s' in %d but reads '%ls' in %d\n", _line,
+        std::fprintf(stderr, "line %d should read '%s' in %d but reads '%ls' in %d\n", g_line,
                      text.c_str(), attributes, shown.c_str(), cells.empty() ? -1 : cells[0]);
     }
     return right;
