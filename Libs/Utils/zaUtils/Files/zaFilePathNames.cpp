@@ -72,7 +72,7 @@ bool isHomeReference(const std::string& path, std::size_t position) {
 /// Takes the drive prefix ("C:") off the path and returns it; empty when there is none.
 std::string takeDrive(std::string& path) {
     if (!hasDrive(path)) return {};
-    const std::string drive = path.substr(0, 2);
+    std::string drive = path.substr(0, 2);
     path.erase(0, 2);
     return drive;
 }
@@ -258,7 +258,7 @@ std::string zaFile::getExtensionFromFilter(const std::string& filter) {
          star = filter.find("*.", star + 1)) {
         const std::size_t start = star + 2;
         const std::size_t end = std::min(filter.find_first_of(kEnd, start), filter.size());
-        const std::string extension = filter.substr(start, end - start);
+        std::string extension = filter.substr(start, end - start);
         const bool isPattern = extension.find_first_of("*?") != std::string::npos;
         if (!extension.empty() && !isPattern) return extension;
     }

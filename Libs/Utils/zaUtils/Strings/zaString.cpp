@@ -69,6 +69,7 @@ bool zaString::endsWith(const std::string& text, const std::string& suffix) {
            text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes it by value
 bool zaString::contains(const std::string& text, std::string part) {
     return text.find(part) != std::string::npos;
 }
