@@ -1,23 +1,27 @@
-# What `cmake --install` delivers: the library, its public headers and the package description that
-# makes find_package(zaUtils CONFIG) work. Include it from the top once the targets exist.
+# What `cmake --install` delivers: the libraries, their public headers and the package description
+# that makes find_package(zaUtils CONFIG) work. Include it from the top once the targets exist.
 
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 
 set(zaUtils_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/zaUtils")
 
-install(TARGETS zaUtils EXPORT zaUtilsTargets
-  RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
-  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+# Each library under a namespace of its own.
+foreach(library zaProduct zaUtils)
+  install(TARGETS ${library} EXPORT ${library}Targets
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+  install(EXPORT ${library}Targets NAMESPACE ${library}:: DESTINATION "${zaUtils_package_dir}")
+endforeach()
 
 # The operating-system seam stays private.
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/Libs/Utils/zaUtils"
+install(DIRECTORY
+    "${PROJECT_SOURCE_DIR}/Libs/Product/zaProduct" "${PROJECT_SOURCE_DIR}/Libs/Utils/zaUtils"
   DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
   FILES_MATCHING PATTERN "*.h"
   PATTERN "Os" EXCLUDE)
 
-install(EXPORT zaUtilsTargets NAMESPACE zaUtils:: DESTINATION "${zaUtils_package_dir}")
 configure_package_config_file(
   "${PROJECT_SOURCE_DIR}/cmake/zaUtilsConfig.cmake.in"
   "${PROJECT_BINARY_DIR}/zaUtilsConfig.cmake"

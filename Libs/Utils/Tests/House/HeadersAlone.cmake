@@ -3,8 +3,12 @@
 # An object library that compiles when every public header compiles alone: one source per header,
 # with the header included first, and twice.
 function(za_add_header_check target)
-  set(root "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../..")
-  file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE "${root}" "${root}/zaUtils/*.h")
+  set(libraries "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../../..")
+  file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE "${libraries}/Utils"
+    "${libraries}/Utils/zaUtils/*.h")
+  file(GLOB product_headers CONFIGURE_DEPENDS RELATIVE "${libraries}/Product"
+    "${libraries}/Product/zaProduct/*.h")
+  list(APPEND headers ${product_headers})
   list(FILTER headers EXCLUDE REGEX "^zaUtils/Os/")
 
   set(sources)
@@ -16,5 +20,6 @@ function(za_add_header_check target)
   endforeach()
 
   add_library(${target} OBJECT ${sources})
-  target_link_libraries(${target} PRIVATE zaUtils::zaUtils zaBuildOptions)
+  target_link_libraries(${target} PRIVATE
+    zaProduct::zaProduct zaUtils::zaUtils zaBuildOptions)
 endfunction()

@@ -14,6 +14,7 @@ import unittest
 
 PROJECT_ROOT = pathlib.Path(__file__).resolve().parents[4]
 LIBRARY = "Libs/Utils/zaUtils"
+PRODUCT = "Libs/Product/zaProduct"
 
 SOURCE_SUFFIXES = {".h", ".hpp", ".cpp", ".cc", ".c", ".inl"}
 TEST_FOLDERS = {"Tests", "Benchmarks", "Fuzz"}
@@ -118,7 +119,8 @@ def in_library(root, path):
 
 def may_know_the_host(root, path):
     inside = in_library(root, path)
-    return inside is not None and (inside == "Api.h" or inside.startswith("Os/"))
+    is_api = path in (root / LIBRARY / "Api.h", root / PRODUCT / "Api.h")
+    return is_api or (inside is not None and inside.startswith("Os/"))
 
 
 def room_of(name):
@@ -131,7 +133,7 @@ def room_of(name):
 
 
 def host_macros(root):
-    """Outside the seam and Api.h, no directive asks for the operating system."""
+    """Outside the seam and the Api.h files, no directive asks for the operating system."""
     for path in product_files(root):
         if may_know_the_host(root, path):
             continue
@@ -141,7 +143,7 @@ def host_macros(root):
 
 
 def system_headers(root):
-    """Outside the seam and Api.h, angle brackets hold the standard library and portable ones."""
+    """Outside the seam and the Api.h files, angle brackets hold the standard library and portable ones."""
     for path in product_files(root):
         if may_know_the_host(root, path):
             continue
@@ -189,7 +191,7 @@ def layers(root):
                 yield report(root, path, number, text)
     for path in source_files(root, "Libs/Product"):
         for number, _, name in includes(path):
-            if name.startswith("zaUtils/") and name != "zaUtils/Api.h":
+            if name.startswith("zaUtils/"):
                 yield report(root, path, number, f"{name} lies above the product description")
 
 
@@ -249,6 +251,7 @@ class MadeUpTree(unittest.TestCase):
 
     GOOD = {
         f"{LIBRARY}/Api.h": "#pragma once\n#ifdef _WIN32\n#endif\n",
+        f"{PRODUCT}/Api.h": "#pragma once\n#ifdef _WIN32\n#endif\n",
         f"{LIBRARY}/Os/File.h": "#pragma once\n#include <string>\n",
         f"{LIBRARY}/Os/Windows/WindowsApi.h": "#pragma once\n#ifndef NOMINMAX\n#endif\n#include <windows.h>\n",
         f"{LIBRARY}/Os/Windows/File.cpp": '#include "zaUtils/Os/Windows/WindowsApi.h"\n#include <io.h>\n',
@@ -291,7 +294,8 @@ class MadeUpTree(unittest.TestCase):
             (f"{LIBRARY}/Files/zaFile.cpp", "\n#ifdef _WIN32\n#endif\n", 2),
             (f"{LIBRARY}/Files/zaFile.cpp", "#if 1 && \\\n  defined(__linux__)\n#endif\n", 1),
             (f"{LIBRARY}/Files/zaFile.h", "#pragma once\n#ifndef __MINGW32__\n#endif\n", 2),
-            ("Libs/Product/zaProduct/zaProduct.cpp", "#if 0\n#elif defined(__unix__)\n#endif\n", 2),
+            (f"{PRODUCT}/zaProduct.cpp", "#if 0\n#elif defined(__unix__)\n#endif\n", 2),
+            (f"{LIBRARY}/Files/Api.h", "#pragma once\n#ifdef _WIN32\n#endif\n", 2),
             ("Apps/zaTool/main.cpp", "#  if defined WIN32\n#endif\n", 1),
             ("Examples/first.cpp", "#if defined(_WIN64)\n#endif\n", 1),
         ]:
@@ -337,7 +341,8 @@ class MadeUpTree(unittest.TestCase):
             (f"{LIBRARY}/Attic/zaOld.cpp", "\n", 0),
             (f"{LIBRARY}/Files/zaFile.cpp", '#include "zaUtils/Attic/zaOld.h"\n', 1),
             (f"{LIBRARY}/Files/zaFile.cpp", '#include "../Strings/zaString.h"\n', 1),
-            ("Libs/Product/zaProduct/zaProduct.cpp", '#include "zaUtils/Strings/zaString.h"\n', 1),
+            (f"{PRODUCT}/zaProduct.cpp", '#include "zaUtils/Strings/zaString.h"\n', 1),
+            (f"{PRODUCT}/zaProduct.h", '#pragma once\n#include "zaUtils/Api.h"\n', 2),
         ]:
             self.assert_breaks(layers, name, content, line)
 

@@ -1,7 +1,7 @@
 # Installs the build, then configures, builds and runs the project in this folder against it.
 #
 #   cmake -DBUILD_DIR=... -DCONFIG=... -DSCRATCH_DIR=... -DGENERATOR=... -DCXX_COMPILER=...
-#         [-DTOOLCHAIN_FILE=...] -P package_test.cmake
+#         -DPRODUCT_NAME=... [-DTOOLCHAIN_FILE=...] -P package_test.cmake
 
 function(run_step)
   execute_process(COMMAND ${ARGV} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
@@ -34,7 +34,7 @@ run_step("${CMAKE_COMMAND}" -S "${CMAKE_CURRENT_LIST_DIR}" -B "${work}" -G "${GE
 run_step("${CMAKE_COMMAND}" --build "${work}")
 run_step("${CMAKE_COMMAND}" --build "${work}" --target run)
 
-foreach(expected "hello 1" "payload 42")
+foreach(expected "hello 1" "payload 42" "product '${PRODUCT_NAME}'")
   if(NOT output MATCHES "${expected}")
     message(FATAL_ERROR "Expected '${expected}' in the output of the program:\n${output}")
   endif()

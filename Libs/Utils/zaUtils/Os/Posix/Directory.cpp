@@ -1,12 +1,12 @@
 #include "zaUtils/Os/Directory.h"
 
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <vector>
 
+#include "zaUtils/Os/Posix/PosixAccount.h"
 #include "zaUtils/Os/Posix/PosixPath.h"
 
 namespace za::os {
@@ -32,19 +32,10 @@ bool isSameFile(const std::string& a, const std::string& b) {
 Error ownerName(const std::string& path, std::string& name) {
     struct stat status {};
     if (::stat(nativePath(path).c_str(), &status) != 0) return lastError();
-    std::vector<char> buffer(1024);
-    for (;;) {
-        passwd entry{};
-        passwd* found = nullptr;
-        const int code = ::getpwuid_r(status.st_uid, &entry, buffer.data(), buffer.size(), &found);
-        if (code == ERANGE) {
-            buffer.resize(2 * buffer.size());
-            continue;
-        }
-        if (!found) return failWith(code != 0 ? code : ENOENT);
-        name = found->pw_name;
-        return {};
-    }
+    Account owner;
+    const Error error = findAccount(status.st_uid, owner);
+    if (error.ok()) name = owner.name;
+    return error;
 }
 
 Error currentDirectory(std::string& path) {

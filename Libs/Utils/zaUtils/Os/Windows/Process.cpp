@@ -4,9 +4,37 @@
 
 #include <shellapi.h>
 
+#include <cerrno>
 #include <memory>
 
 namespace za::os {
+
+namespace {
+
+/// The file of a loaded module, of the program itself for null.
+Error moduleFileName(HMODULE module, std::wstring& path) {
+    std::wstring buffer(1024, L'\0');
+    for (;;) {
+        const auto size = static_cast<DWORD>(buffer.size());
+        const DWORD length = GetModuleFileNameW(module, buffer.data(), size);
+        if (length == 0) return failWith(ENOENT);
+        if (length < size) {
+            path = buffer.substr(0, length);
+            return {};
+        }
+        buffer.resize(2 * buffer.size());
+    }
+}
+
+/// Whether the path's file name, up to the first dot, is `name`; case does not count.
+bool isFileOf(const std::wstring& path, const std::wstring& name) {
+    const std::wstring fileName = path.substr(path.rfind(L'\\') + 1);
+    const std::wstring stem = fileName.substr(0, fileName.find(L'.'));
+    return CompareStringOrdinal(stem.data(), static_cast<int>(stem.size()), name.data(),
+                                static_cast<int>(name.size()), TRUE) == CSTR_EQUAL;
+}
+
+}  // namespace
 
 std::vector<std::string> commandLineArguments(int, const char* const*) {
     int count = 0;
@@ -17,6 +45,24 @@ std::vector<std::string> commandLineArguments(int, const char* const*) {
     for (int i = 1; i < count; ++i)
         result.push_back(narrow(arguments.get()[i]));
     return result;
+}
+
+int processorCount() {
+    SYSTEM_INFO information{};
+    GetSystemInfo(&information);
+    return static_cast<int>(information.dwNumberOfProcessors);
+}
+
+Error applicationModule(const std::string& name, std::string& path) {
+    const std::wstring wideName = wide(name);
+    // A name without an extension stands for the library of that name: an application that lives in
+    // a library under another program. Otherwise the handle is null, which stands for the program.
+    const HMODULE library = GetModuleHandleW(wideName.c_str());
+    std::wstring file;
+    if (const Error error = moduleFileName(library, file); !error.ok()) return error;
+    if (!library && !isFileOf(file, wideName)) return failWith(ENOENT);
+    path = narrow(file.c_str());
+    return {};
 }
 
 }  // namespace za::os
