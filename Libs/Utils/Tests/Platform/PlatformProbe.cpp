@@ -1,6 +1,7 @@
 // Starts the platform as an application does and prints what came of it, for platform_test.py.
 //
-// usage: PlatformProbe [--roaming FOLDER] [--shared FOLDER] (--init ARGV0 | --init-base BASE NAME)
+// usage: PlatformProbe ROAMING SHARED ARGV0        the system's folders, the program's path
+//        PlatformProbe ROAMING SHARED BASE NAME    ..., the installation's base, the program's name
 
 #include <cstdio>
 #include <filesystem>
@@ -13,15 +14,12 @@ int main(int argc, char** argv) {
     const auto arguments = zaConsole::getArguments(argc, argv);
     const auto before = std::filesystem::current_path();
     OtherFolders folders;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const std::string& option = arguments[i];
-        if (option == "--roaming") folders.setRoaming(arguments.at(++i));
-        if (option == "--shared") folders.setShared(arguments.at(++i));
-        if (option == "--init") zaPlatform::init(arguments.at(++i).c_str());
-        if (option == "--init-base") {
-            zaPlatform::init(arguments.at(i + 1).c_str(), arguments.at(i + 2).c_str());
-            i += 2;
-        }
+    folders.setRoaming(arguments.at(0));
+    folders.setShared(arguments.at(1));
+    if (arguments.size() == 3) {
+        zaPlatform::init(arguments[2].c_str());
+    } else {
+        zaPlatform::init(arguments.at(2).c_str(), arguments.at(3).c_str());
     }
     const struct {
         const char* name;

@@ -8,7 +8,9 @@
 #include "Support/LogCapture.h"
 #include "Support/OtherFolders.h"
 #include "Support/ScratchFolder.h"
+#include "Support/TestEnvironment.h"
 #include "zaProduct/zaProduct.h"
+#include "zaUtils/Os/KnownFolders.h"
 #include "zaUtils/Platform/zaPlatform.h"
 
 namespace {
@@ -169,6 +171,16 @@ TEST(PlatformAssets, LieInTheMakersSharedFolder) {
     others.setShared(folder.native("file").u8string() + separator + "nowhere");
     EXPECT_EQ(zaPlatform::getKestrovaAppDataDir(), "");
     EXPECT_EQ(zaPlatform::getZARNAssetsDir("2024"), "");
+}
+
+TEST(KnownFolders, TemporaryOneIsThatOfTheEnvironment) {
+    const ScratchFolder folder;
+    const TestVariable onPosix("TMPDIR", folder.path());
+    const TestVariable onWindows("TMP", folder.path());
+    std::string path;
+    EXPECT_TRUE(za::os::temporaryPath(path).ok());
+    if (path.back() == '\\') path.pop_back();  // which the system may add
+    EXPECT_EQ(path, folder.path());
 }
 
 }  // namespace

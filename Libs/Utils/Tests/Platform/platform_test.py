@@ -45,8 +45,7 @@ class Start(unittest.TestCase):
     def start(self, program, *arguments, roaming=None, errors=""):
         """What the program prints by name, started from another directory than its own."""
         done = subprocess.run(
-            [*EMULATOR, program, "--roaming", roaming or native(self.roaming),
-             "--shared", native(self.shared), *arguments],
+            [*EMULATOR, program, roaming or native(self.roaming), native(self.shared), *arguments],
             cwd=self.elsewhere, env=dict(os.environ, WINEPATH=os.path.dirname(PROBE)),
             stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=60)
         self.assertEqual((0, errors), (done.returncode, done.stderr.decode().replace("\r\n", "\n")))
@@ -75,7 +74,7 @@ class Start(unittest.TestCase):
         for argv0 in (native(program), relative, relative.replace("/", "\\")):
             with self.subTest(argv0=argv0):
                 shutil.rmtree(self.roaming, ignore_errors=True)
-                self.assertEqual(self.expected(self.root, "app"), self.start(program, "--init", argv0))
+                self.assertEqual(self.expected(self.root, "app"), self.start(program, argv0))
                 self.assertEqual([], os.listdir(self.roaming / "app"))
                 self.assertEqual([], os.listdir(self.roaming / "app-15.3" / "data"))
 
@@ -84,19 +83,18 @@ class Start(unittest.TestCase):
             program = self.install(name)
             for argv0 in (name + SUFFIX, native(self.elsewhere / "missing" / name)):
                 with self.subTest(argv0=argv0):
-                    self.assertEqual(self.expected(self.root, "app"),
-                                     self.start(program, "--init", argv0))
+                    self.assertEqual(self.expected(self.root, "app"), self.start(program, argv0))
 
     def test_program_of_another_name_tells_nothing(self):
         other = self.elsewhere / "other" / "bin" / "WIN64"
         other.mkdir(parents=True)
         program = self.install("app")
         self.assertEqual(self.expected(self.elsewhere / "other", "host"),
-                         self.start(program, "--init", native(other / "host.exe")))
+                         self.start(program, native(other / "host.exe")))
         # A file of the name in the right place settles it: the running program is not asked.
         (other / "app").touch()
         self.assertEqual(self.expected(self.elsewhere / "other", "app"),
-                         self.start(program, "--init", native(other / "app.exe")))
+                         self.start(program, native(other / "app.exe")))
 
     def test_shared_folder_named_like_the_installation_goes_first(self):
         program = self.install("app")
@@ -105,7 +103,7 @@ class Start(unittest.TestCase):
         (makers / "examples").mkdir()  # not of this installation
         expected = self.expected(self.root, "app")
         expected["data"] = native(self.shared) + "\\Kestrova\\" + self.root.name + r"\data"
-        self.assertEqual(expected, self.start(program, "--init", native(program)))
+        self.assertEqual(expected, self.start(program, native(program)))
 
     def test_without_application_data_the_user_has_directories_below_the_base(self):
         program = self.install("app")
@@ -115,26 +113,23 @@ class Start(unittest.TestCase):
         message = ("Couldn't get application data directory, using "
                    f"'{expected['preferences']}', for preferences!\n")
         nowhere = native("/dev/null/nowhere")
-        self.assertEqual(expected, self.start(program, "--init", native(program), roaming=nowhere,
-                                              errors=message))
+        self.assertEqual(expected, self.start(program, native(program), roaming=nowhere, errors=message))
         self.assertTrue((self.root / "preferences").is_dir())
         self.assertTrue((self.root / "data").is_dir())
 
     def test_application_data_gets_no_second_separator(self):
         program = self.install("app")
         roaming = native(self.roaming) + ("\\" if HOST == "Windows" else "/")
-        found = self.start(program, "--init", native(program), roaming=roaming)
+        found = self.start(program, native(program), roaming=roaming)
         self.assertEqual((roaming + "app\\\\", roaming + r"app-15.3\data"),
                          (found["preferences"], found["writable"]))
 
     def test_binaries_without_a_folder_for_the_platform_are_for_one_application(self):
-        (self.root / "bin").mkdir(parents=True)
         given = native(self.root)
-        found = self.start(PROBE, "--init-base", given, "metaio")
-        self.assertEqual((given, given + r"\bin"), (found["base"], found["bin"]))
-        (self.root / "bin" / "WIN64").mkdir()
-        found = self.start(PROBE, "--init-base", given, "metaio")
-        self.assertEqual((given, given + r"\bin\WIN64"), (found["base"], found["bin"]))
+        for folder, expected in (("bin", r"\bin"), ("bin/WIN64", r"\bin\WIN64")):
+            (self.root / folder).mkdir(parents=True)
+            found = self.start(PROBE, given, "metaio")
+            self.assertEqual((given, given + expected), (found["base"], found["bin"]))
 
 
 if __name__ == "__main__":
