@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -135,14 +136,19 @@ std::u32string randomScalars(std::mt19937& random, std::size_t length) {
 }
 
 TEST(Utf, EveryScalarValueComesBack) {
+    std::string narrow;
+    std::wstring wide;
     for (char32_t value = 1; value <= kMaxScalar; ++value) {
         if (isSurrogate(value)) continue;
-        const std::string narrow = utf8Of(value);
-        const std::wstring wide = utf16Of(value);
+        narrow += utf8Of(value);
+        wide += utf16Of(value);
+        if (value % 0x100 != 0xFF) continue;
         ASSERT_EQ(zaString::utf8ToUtf16(narrow.c_str()), wide) << hex(narrow);
         ASSERT_EQ(zaString::utf16ToUtf8(wide.c_str()), narrow) << hex(narrow);
         ASSERT_EQ(zaFile::Utf8ToUtf16(narrow), wide) << hex(narrow);
         ASSERT_EQ(zaFile::UTF16ToUTF8(wide.c_str()), narrow) << hex(narrow);
+        narrow.clear();
+        wide.clear();
     }
 }
 
@@ -241,8 +247,16 @@ TEST(Utf, MalformedUtf8IsRefusedOrReplacedOncePerMaximalSubpart) {
     }
 }
 
+/// Whether the byte differs from the one before or after it in what it may follow.
+bool isEdge(unsigned byte) {
+    static const std::string edges =
+        "\x01\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0\xC1\xC2\xDF\xE0\xEF\xF0\xF4\xF5\xFF";
+    return edges.find(static_cast<char>(byte)) != std::string::npos;
+}
+
 TEST(Utf, AllTextsOfUpToThreeBytesAgreeWithTheListOfSequences) {
     const ListedSequences sequences;
+    const bool everyByte = std::getenv("ZA_TEST_ALL");
     std::string text, all, wellFormed;
     std::wstring expected, expectedOfWellFormed;
     for (unsigned beginning = 0; beginning < 0x10000; ++beginning) {
@@ -256,6 +270,7 @@ TEST(Utf, AllTextsOfUpToThreeBytesAgreeWithTheListOfSequences) {
         for (std::wstring* wide : {&expected, &expectedOfWellFormed})
             wide->clear();
         for (unsigned last = 1; last < 256; ++last) {
+            if (!everyByte && !isEdge(last)) continue;
             text.clear();
             if (first != 0) text += static_cast<char>(first);
             if (second != 0) text += static_cast<char>(second);
