@@ -4,6 +4,7 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
+#include <cstring>
 #include <vector>
 
 #include "Fuzzing.h"

@@ -54,7 +54,7 @@ protected:
     std::mt19937_64 _random{3};
     std::unique_ptr<CommaLocale> _comma = GetParam() ? std::make_unique<CommaLocale>() : nullptr;
     /// Streams are slow where they must change the C library's locale and back.
-    const int _rounds = GetParam() ? 10000 : 100000;
+    const int _rounds = GetParam() ? 2000 : 100000;
 };
 
 INSTANTIATE_TEST_SUITE_P(WithPointOrCommaInTheLocale, Numbers, testing::Bool());
@@ -135,22 +135,13 @@ TEST(Options, EndAtACommaAndAreTrueInOneSpelling) {
 }
 
 TEST(Text, DistanceCountsInsertionsDeletionsAndSubstitutions) {
-    EXPECT_EQ(zaString::getLevenshteinDistance("", "abc"), 3);
-    EXPECT_EQ(zaString::getLevenshteinDistance("kitten", "sitting"), 3);
-    EXPECT_EQ(zaString::getLevenshteinDistance("Saturday", "sunday"), 4);
-    EXPECT_EQ(zaString::getLevenshteinDistance(u8"é", "e"), 2);
-    // One insertion brings a text nearer to another one, or takes it away, by one at most.
-    std::mt19937_64 random(4);
-    for (int i = 0; i < 20000; ++i) {
-        const std::string a = randomText(random, "ab", 9);
-        const std::string b = randomText(random, "abc", 9);
-        std::string longer = a;
-        longer.insert(random() % (a.size() + 1), 1, "abc"[random() % 3]);
-        const int distance = zaString::getLevenshteinDistance(a, b);
-        ASSERT_EQ(zaString::getLevenshteinDistance(b, a), distance);
-        ASSERT_EQ(zaString::getLevenshteinDistance(a, longer), 1);
-        ASSERT_LE(std::abs(zaString::getLevenshteinDistance(longer, b) - distance), 1) << a << b;
-    }
+    const auto& distance = zaString::getLevenshteinDistance;
+    EXPECT_EQ(distance("", "abc") + distance("abc", ""), 6);
+    EXPECT_EQ(distance("kitten", "sitting"), 3);
+    EXPECT_EQ(distance("rosettacode", "raisethysword"), 8);
+    EXPECT_EQ(distance("aba", "ababa") + distance("aaa", "aa"), 3);  // ends that overlap
+    EXPECT_EQ(distance("abcab", "xabca") + distance("xabca", "abcab"), 4);
+    EXPECT_EQ(distance(u8"é", "E"), 2);
 }
 
 TEST(Text, HashIsFnv1aOfTheBytes) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <clocale>
-#include <cstring>
+#include <cmath>
 #include <locale>
 #include <sstream>
 #include <string>
@@ -42,11 +42,12 @@ Number readByStream(const std::string& text) {
     return number;
 }
 
-/// Whether both read the same number, to the bit.
+/// Whether both read the same number, the sign of 0 included.
 template <typename Number>
 bool isReadAlike(const std::string& text, Number (*reader)(const std::string&)) {
-    const Number numbers[] = {reader(text), readByStream<Number>(text)};
-    return std::memcmp(&numbers[0], &numbers[1], sizeof(Number)) == 0;
+    const Number number = reader(text);
+    const Number expected = readByStream<Number>(text);
+    return number == expected && std::signbit(number) == std::signbit(expected);
 }
 
 inline bool isReadAlike(const std::string& text) {
