@@ -58,8 +58,8 @@ Integer readInteger(std::string_view text) {
     if (error == std::errc::invalid_argument) return 0;
 
     const bool isBelowZero = isMinus && Limits::is_signed;
-    const std::uint64_t most = static_cast<std::uint64_t>(Limits::max()) + (isBelowZero ? 1 : 0);
-    if (error == std::errc::result_out_of_range || magnitude > most) {
+    constexpr auto kMost = static_cast<std::uint64_t>(Limits::max());
+    if (error == std::errc::result_out_of_range || magnitude > kMost) {
         return isBelowZero ? Limits::min() : Limits::max();
     }
     // A minus is allowed before an unsigned number and counts down from 2 to the power of its bits.
