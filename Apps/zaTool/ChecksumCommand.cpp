@@ -10,6 +10,7 @@
 #include "ChecksumReport.h"
 #include "ExitCode.h"
 #include "FileWalk.h"
+#include "OptionChecks.h"
 #include "zaUtils/Files/zaFile.h"
 #include "zaUtils/Logging/zaLog.h"
 
@@ -64,12 +65,6 @@ int run(const std::string& command, const Job& job, const Options& options) {
     workOnFiles(job, options, report);
     publish(options, report);
     return report.exitCode;
-}
-
-/// Rejects what the parser would read in base 8 or 16.
-std::string checkDecimal(const std::string& text) {
-    const bool decimal = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-    return decimal && (text == "0" || text.front() != '0') ? "" : "must be a decimal number";
 }
 
 void addOptions(CLI::App& command, Options& options) {

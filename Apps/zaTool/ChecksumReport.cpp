@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "ExitCode.h"
+#include "TerminalText.h"
 #include "zaUtils/Logging/zaLog.h"
 
 using Json = nlohmann::ordered_json;
@@ -30,15 +31,6 @@ const char* wordOf(Kind kind) {
             return "failed";
     }
     return "";
-}
-
-/// File names may hold line breaks and control sequences of terminals.
-std::string withoutControlCharacters(std::string text) {
-    for (char& c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x20 || byte == 0x7F) c = '?';
-    }
-    return text;
 }
 
 Json toJson(const ChecksumResult& result, unsigned int skip) {

@@ -9,6 +9,7 @@
 
 #include "ChecksumCommand.h"
 #include "ExitCode.h"
+#include "LogCommand.h"
 #include "TerminalQuestions.h"
 #include "zaUtils/Files/zaFile.h"
 #include "zaUtils/Logging/zaLog.h"
@@ -17,12 +18,15 @@
 namespace {
 
 /// The parser takes "[a,b]" for the list of a and b, and "{}" for an empty one. Here they are names
-/// of files, and a leading "./" lets them pass.
+/// of files, and a leading "./" lets them pass. A text to search for is left as it is.
 void protectBrackets(std::vector<std::string>& arguments) {
+    const std::string* previous = nullptr;
     for (std::string& argument : arguments) {
+        const bool isName = !previous || *previous != "--text";
+        previous = &argument;
         const bool bracketed =
             argument.size() > 1 && argument.front() == '[' && argument.back() == ']';
-        if (bracketed || argument == "{}") argument.insert(0, "./");
+        if (isName && (bracketed || argument == "{}")) argument.insert(0, "./");
     }
 }
 
@@ -44,12 +48,13 @@ int showParseResult(const CLI::App& app, const CLI::ParseError& result) {
 }
 
 int runCommand(std::vector<std::string> arguments) {
-    CLI::App app("Works on data files from the command line.", "zaTool");
+    CLI::App app("Works on data files and logs from the command line.", "zaTool");
     app.allow_windows_style_options(false);  // "/data/a.dat" is a file
     app.set_version_flag("--version", "zaTool " ZATOOL_VERSION);
     app.require_subcommand(1);
     int exitCode = ExitCode::kSuccess;
     addChecksumCommand(app, exitCode);
+    addLogCommand(app, exitCode);
 
     protectBrackets(arguments);
     std::reverse(arguments.begin(), arguments.end());  // as the parser takes them

@@ -138,6 +138,49 @@ class Terminal:
         return bool(data)
 
 
+class Background:
+    """zaTool running on until it is interrupted, with its output in a pipe."""
+
+    def __init__(self, folder, *arguments):
+        self.errors = open(folder / "errors", "w+b")
+        self.process = subprocess.Popen(
+            COMMAND + list(arguments), cwd=folder, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+            stderr=self.errors, env=dict(os.environ, ZA_WINE_DIRECT="1"))
+        self.shown = b""
+        self.deadline = time.monotonic() + TIMEOUT
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        if self.process.poll() is None:
+            self.process.kill()
+        self.process.wait()
+        self.process.stdout.close()
+        self.errors.close()
+
+    def text(self):
+        return self.shown.decode("utf-8", "replace").replace("\r\n", "\n")
+
+    def wait_for(self, text):
+        while text not in self.text():
+            left = self.deadline - time.monotonic()
+            if left <= 0 or not select.select([self.process.stdout], [], [], left)[0]:
+                raise AssertionError(f"{text!r} does not appear in {self.text()!r}")
+            data = os.read(self.process.stdout.fileno(), 65536)
+            if not data:
+                raise AssertionError(f"ended without {text!r}: {self.text()!r}")
+            self.shown += data
+
+    def interrupt(self):
+        """Exit code, all output and all errors."""
+        self.process.send_signal(signal.SIGINT)
+        rest, _ = self.process.communicate(timeout=TIMEOUT)
+        self.shown += rest
+        self.errors.seek(0)
+        return self.process.returncode, self.text(), self.errors.read().decode().replace("\r\n", "\n")
+
+
 def without_file_privileges():
     """To be called in the child: the permissions of files hold for root, too, from here on."""
     change_bounding_set = 24
