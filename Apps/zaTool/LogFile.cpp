@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t kChunkSize = std::size_t{256} << 10;
+constexpr std::size_t kChunkSize = std::size_t{64} << 10;
 constexpr std::size_t kHeadSize = 1024;
 
 /// What the log appends to the name of a file whose first entry it could not read (such as every
@@ -134,11 +134,9 @@ bool LogFile::readChunk() {
     char* const bytes = _lines.room(kChunkSize);
     _stream.read(bytes, static_cast<std::streamsize>(kChunkSize));
     const auto size = static_cast<std::size_t>(_stream.gcount());
-    if (size == 0) {
-        if (_stream.bad()) _problem = lastReason();
-        _stream.close();
-        return false;
-    }
+    if (_stream.bad()) _problem = lastReason();
+    if (size < kChunkSize) _stream.close();  // at once: there may be very many files
+    if (size == 0) return false;
     _lines.added(size);
     _position += size;
     if (_head.size() < kHeadSize) _head.append(bytes, std::min(size, kHeadSize - _head.size()));

@@ -133,9 +133,9 @@ bool LogParser::skipHeader(std::string_view line) {
 }
 
 bool LogParser::add(std::string_view line, LogEntry& entry) {
-    // No message in HTML holds a '<', so a line that starts with one is not part of any.
-    const bool staysInSpan = _mode == Mode::InHtmlSpan && line.substr(0, 1) != "<";
-    if (staysInSpan) return addContinuation(line, entry);
+    // No message in HTML holds a '<', so a line that starts with one can but end it.
+    const bool fitsInSpan = line.substr(0, 1) != "<" || line == kSpanEnd;
+    if (_mode == Mode::InHtmlSpan && fitsInSpan) return addContinuation(line, entry);
 
     Start start;
     const bool isStart = recognise(line, start);

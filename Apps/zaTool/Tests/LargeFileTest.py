@@ -1,4 +1,4 @@
-"""Files beyond 4 GiB: positions are right, and memory does not grow with the file."""
+"""Large files: positions beyond 4 GiB are right, and memory does not grow with the file."""
 
 import ctypes
 import os
@@ -113,6 +113,22 @@ class LargeFile(ToolTestCase):
         with open(self.folder / "large", "rb") as file:
             file.seek(PAYLOAD_SIZE - 1)
             self.assertEqual(b"\0" + METADATA, file.read())
+
+    def test_a_long_log_is_shown_in_constant_memory(self):
+        lines = [b"2024-03-07 09:00:%02d INFO 100 %s\n" % (second, b"x" * 200) for second in range(60)]
+        for name, line_end in (("a", b"\n"), ("b", b"\r\n")):
+            with open(self.folder / name, "wb") as file:
+                for line in lines:
+                    file.write(line.replace(b"\n", line_end) * 5000)
+        with open(self.folder / "c", "wb") as file:
+            file.write(lines[0] + b"no entry begins here\n" * (3 * MIB) + b"x" * (64 * MIB))
+        _, _, empty_run = self.measure("--version")
+        for arguments, count in ((["a"], 0), (["a", "b", "-i"], 0), (["c", "--text", "xxx", "-n", "1"], 1),
+                                 (["a", "b", "--nr", "100", "-n", "3"], 3)):
+            text = [] if count else ["--text", "needle"]
+            code, out, peak = self.measure("log", *text, *arguments)
+            self.assertEqual((SUCCESS, count), (code, out.count("\n")))
+            self.assertLess(peak - empty_run, ALLOWED_GROWTH)
 
 
 if __name__ == "__main__":

@@ -63,6 +63,7 @@ class Layouts(LogTestCase):
         (at(2), "warning", 205, '<b>"a" & b</b> &#34; &amp; &'),
         (at(2), "error", -7, "first\n\n  second; 07.03.2024\nthird"),
         (at(3), "info", 2147483647, ""),
+        (at(3), "warning", 200, "blank lines behind\n\n"),
         (at(4), "error", 300, "2024-03-07 INFO 100 not this"),
     ]
 
