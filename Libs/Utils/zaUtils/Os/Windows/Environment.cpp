@@ -1,5 +1,8 @@
 #include "zaUtils/Os/Environment.h"
 
+#include <stdlib.h>
+
+#include <cerrno>
 #include <vector>
 
 #include "zaUtils/Os/Windows/WindowsApi.h"
@@ -19,6 +22,15 @@ bool environmentValue(const std::string& name, std::string& value) {
     }
     value = narrow(buffer.data());
     return true;
+}
+
+/// The C library's call: it changes the system's view of the environment too.
+int setEnvironmentValue(const std::string& name, const std::string& value) {
+    if (name.empty() || name.find('=') != std::string::npos) {
+        errno = EINVAL;  // as the other host refuses it
+        return -1;
+    }
+    return _wputenv((wide(name) + L'=' + wide(value)).c_str());
 }
 
 }  // namespace za::os
