@@ -223,6 +223,104 @@ public:
     static bool removeChecksum(const std::string& path, unsigned int skip);
     /// @}
 
+    /// @name Temporary directory and scratch files
+    /// One temporary directory serves the whole process and, through the environment variable
+    /// ZARN_TMP_DIR, its child processes. Child processes and later calls read the variable, so a
+    /// program may still change it. Directories are given without a separator at their end.
+    ///
+    /// Thread safety: initTmpDir, getTmpDir and getTmpName may be called from several threads; the
+    /// list of scratch files needs outside locking.
+    /// @{
+
+    /// Chooses the temporary directory, creates it when it is missing and publishes it, once per
+    /// process: later calls do nothing. ZARN_TMP_DIR wins when it is set; otherwise the directory
+    /// is `dirname` below the system's temporary path, or "$ZARN_ROOT\tmp" when that cannot be
+    /// created. A directory that cannot be created is a warning, and stays chosen if it was the
+    /// last choice. An empty `dirname` is a warning and does not count as a call.
+    static void initTmpDir(const std::string& dirname);
+    /// The temporary directory (initialised as "zarn" if need be) as the variable has it now.
+    /// Empty, and deliberately only an info in the log, when the variable is not set.
+    static std::string getTmpDir();
+    /// "teamcenter" below the temporary directory, created when it is missing. The temporary
+    /// directory itself when that fails, empty when there is none; both are warnings.
+    static std::string getTeamcenterTmpDir();
+
+    /// Where an output file that is derived from `input` should go: a directory, '\' and the base
+    /// name of `input`. The directory is that of ZARN_FILEIO_TMP_DIR if it exists (a warning if
+    /// not), else that of ZARN_TMP_DIR, created when it is missing, else that of `input`.
+    /// @param extension  of the output file, with or without its dot; none when empty
+    static std::string getOutpath(const std::string& input, const std::string& extension);
+
+    /// A name for a scratch file that does not exist yet: `prefix` and a process-wide number, which
+    /// is never used twice. Two calls never return the same name.
+    ///
+    /// @param directory  existing directory, UTF-8, without trailing separator
+    /// @param prefix     start of the file name, UTF-8
+    /// @return full path; empty when an argument is empty or holds a NUL, and when the process has
+    ///         used up its 2^32 numbers
+    /// @note Not atomic: another process may take the name before you do. To reserve it, create it
+    ///       exclusively.
+    static std::string getTmpName(const std::string& directory, const std::string& prefix);
+
+    /// Registers a file for removeTmpFiles; a name may be registered more than once.
+    static void addTmpFile(const std::string& path);
+    /// Removes the file of this name (its directory does not matter) from the temporary directory.
+    /// Result as that of `remove`, false without a temporary directory. The list is not touched.
+    static bool removeTmpFile(const std::string& path);
+    /// Removes the registered files in the order of their registration, ignoring failures, and
+    /// empties the list.
+    static void removeTmpFiles();
+    /// A placeholder, deliberately: it logs an error and does nothing else.
+    static void clearTmpDir();
+
+    static std::string _tmp_envvar_name;         ///< "ZARN_TMP_DIR" once initialised
+    static std::vector<std::string> _tmp_files;  ///< the registered scratch files
+    /// @}
+
+    /// @name External programs
+    /// A command line names a program and its arguments, separated by blanks; what holds blanks or
+    /// quotes is given as quoteArgument writes it. A name without directory is searched as the
+    /// system does: on Linux along PATH, on Windows also in the application's and the working
+    /// directory.
+    ///
+    /// All three run on the caller's thread and may be called from several threads at once.
+    /// @{
+
+    /// Called about every 100 ms while a program runs.
+    using ProgramCallback = void (*)(unsigned int processId, void* userData);
+
+    /// Starts a program, detached: without console or standard streams, with the caller's
+    /// environment and working directory. It outlives the caller if need be.
+    ///
+    /// @param wait      whether to wait for its end
+    /// @param callback  called while waiting, on this thread, with `userData`; never for a program
+    ///                  that ends within the first 100 ms. May be null. What it throws reaches the
+    ///                  caller; the program runs on.
+    /// @return without `wait`, whether the program was started (its handles are deliberately left
+    ///         open); with `wait`, whether it exited with code 0. A killed program did not.
+    static bool execute(const std::string& commandLine, bool wait,
+                        ProgramCallback callback = nullptr, void* userData = nullptr);
+    /// The same, but the handles of the program are deliberately never closed, not even after
+    /// waiting: its process id stays taken while this process lives. Linux has no such handles.
+    static bool executeW(const std::string& commandLine, bool wait,
+                         ProgramCallback callback = nullptr, void* userData = nullptr);
+
+    /// Runs a command through the system's command interpreter, whose quoting rules hold, and waits
+    /// until it has closed its standard output.
+    ///
+    /// @param echo  write what the command printed, NUL bytes included, to standard output at the
+    ///              end, followed by a line end; otherwise it is dropped
+    /// @return the command's exit code; -1 when it is unknown. On Linux 128 and the number of the
+    ///         signal that killed it, 127 for a command that does not exist.
+    /// @throws std::runtime_error  the command interpreter's pipe cannot be opened
+    static int executeProcess(const std::string& command, bool echo);
+
+    /// One argument as it stands in a command line of `execute`: in quotes when it is empty or
+    /// holds blanks or quotes, otherwise unchanged. Also for the program's name, if it holds no
+    /// quotes.
+    static std::string quoteArgument(const std::string& argument);
+    /// @}
+
     static zaFile* _me;  ///< the single instance; it carries no data
 
 private:

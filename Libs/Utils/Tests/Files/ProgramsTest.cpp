@@ -1,0 +1,215 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <stdexcept>
+#include <thread>
+
+#include "Files/ProgramOutput.h"
+#include "Support/ScratchFolder.h"
+#include "Support/TestEnvironment.h"
+#include "zaUtils/Files/zaFile.h"
+#include "zaUtils/Os/CommandLine.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+using testing::internal::CaptureStdout;
+using testing::internal::GetCapturedStdout;
+using Texts = std::vector<std::string>;
+
+const Texts kTrickyArguments{"plain",   "",          " ",          "a b",       "tab\there",
+                             "\"",      "say \"x\"", "back\\",     "the end\\", "\\\\server\\x y\\",
+                             "\\\"",    "a\\\\\"b",  "'single'",   "*",         "$HOME %PATH%",
+                             u8"größe", u8"日本 😀",  "-o=\"1 2\"", "^&|<>",     "line\nend"};
+
+/// Where the build has put the probe, as the host writes it.
+const std::filesystem::path& probePath() {
+    static const auto path =
+        std::filesystem::absolute(std::filesystem::u8path(ZA_PROGRAM_PROBE)).make_preferred();
+    return path;
+}
+
+std::string commandLine(const Texts& arguments) {
+    std::string result;
+    for (const std::string& argument : arguments)
+        result += (result.empty() ? "" : " ") + zaFile::quoteArgument(argument);
+    return result;
+}
+
+std::string probe(Texts arguments) {
+    arguments.insert(arguments.begin(), probePath().u8string());
+    return commandLine(arguments);
+}
+
+/// As a command interpreter takes it, on both hosts.
+std::string probeCommand(const std::string& task) {
+    return '"' + probePath().u8string() + "\" " + task;
+}
+
+bool comesIntoBeing(const ScratchFolder& folder, const std::string& name) {
+    const auto end = Clock::now() + std::chrono::seconds(60);
+    while (!folder.has(name) && Clock::now() < end)
+        std::this_thread::sleep_for(milliseconds(5));
+    return folder.has(name);
+}
+
+/// What the callbacks of one program tell.
+struct Calls {
+    std::vector<unsigned int> ids;
+    bool onThisThread = true;
+    Clock::time_point start = Clock::now();
+    std::thread::id thread = std::this_thread::get_id();
+
+    static void count(unsigned int id, void* userData) {
+        auto& calls = *static_cast<Calls*>(userData);
+        calls.ids.push_back(id);
+        calls.onThisThread = calls.onThisThread && std::this_thread::get_id() == calls.thread;
+    }
+    /// Whether a slice of time (100 ms, and some tolerance) lay before each call.
+    bool cameAfterTheirSlices() const {
+        return ids.size() * milliseconds(90) <= Clock::now() - start;
+    }
+};
+
+using Execute = bool (*)(const std::string&, bool, zaFile::ProgramCallback, void*);
+
+class Programs : public testing::TestWithParam<Execute> {
+protected:
+    const Execute execute = GetParam();
+    ScratchFolder folder;
+};
+
+INSTANTIATE_TEST_SUITE_P(Both, Programs, testing::Values(&zaFile::execute, &zaFile::executeW));
+
+TEST_P(Programs, SucceedWhenTheyExitWithZero) {
+    for (const auto& [arguments, succeeds] :
+         std::vector<std::pair<Texts, bool>>{{{"exit", "0"}, true},
+                                             {{"exit", "3"}, false},
+                                             {{"exit", "1"}, false},
+                                             {{"terminate"}, false}}) {
+        SCOPED_TRACE(arguments[0]);
+        Calls calls;
+        EXPECT_EQ(execute(probe(arguments), true, Calls::count, &calls), succeeds);
+        EXPECT_TRUE(calls.cameAfterTheirSlices()) << calls.ids.size();
+        EXPECT_EQ(execute(probe(arguments), true, nullptr, nullptr), succeeds);
+    }
+}
+
+TEST_P(Programs, FailAtOnceWhenTheyCannotBeStarted) {
+    const std::string text = folder.make("no program.txt", "not executable");
+    for (const std::string& command :
+         Texts{"", "   ", "\"\"", "\"", "there-is-no-such-program x", folder.path("missing"),
+               zaFile::quoteArgument(text), zaFile::quoteArgument(folder.path())}) {
+        SCOPED_TRACE(command);
+        Calls calls;
+        EXPECT_FALSE(execute(command, true, Calls::count, &calls));
+        EXPECT_FALSE(execute(command, false, Calls::count, &calls));
+        EXPECT_EQ(calls.ids.size(), 0u);
+    }
+}
+
+TEST_P(Programs, AreReportedWhileTheyRun) {
+    Calls calls;
+    EXPECT_TRUE(execute(probe({"sleep", folder.path("id"), "350"}), true, Calls::count, &calls));
+    EXPECT_TRUE(calls.cameAfterTheirSlices());
+    EXPECT_TRUE(calls.onThisThread);
+    ASSERT_GE(calls.ids.size(), 1u);
+    for (const unsigned int id : calls.ids)
+        EXPECT_EQ(std::to_string(id), folder.content("id"));
+}
+
+TEST_P(Programs, RunOnWhenTheCallbackThrows) {
+    const auto fail = [](unsigned int, void*) { throw std::out_of_range("from the callback"); };
+    const std::string command = probe({"answer", folder.path("question"), folder.path("done")});
+    EXPECT_THROW(execute(command, true, fail, nullptr), std::out_of_range);
+    EXPECT_FALSE(folder.has("done"));
+    folder.make("question", "");
+    EXPECT_TRUE(comesIntoBeing(folder, "done"));
+}
+
+TEST_P(Programs, OutliveTheirParent) {
+    const std::string command = probe({"answer", folder.path("question"), folder.path("done")});
+    ASSERT_TRUE(execute(probe({"start", command}), true, nullptr, nullptr));
+    EXPECT_FALSE(folder.has("done"));
+    folder.make("question", "");  // by now the parent has ended
+    EXPECT_TRUE(comesIntoBeing(folder, "done"));
+}
+
+TEST_P(Programs, GetTheirArgumentsWhole) {
+    const std::string name = u8"Prüf Programm 日本" + probePath().extension().u8string();
+    std::filesystem::copy_file(probePath(), folder.native(name));
+    Texts arguments{"arguments", folder.path("report")};
+    arguments.insert(arguments.end(), kTrickyArguments.begin(), kTrickyArguments.end());
+    std::string expected;
+    for (const std::string& argument : arguments)
+        expected += argument + '\0';
+
+    arguments.insert(arguments.begin(), folder.path(name));
+    EXPECT_TRUE(execute(commandLine(arguments), true, nullptr, nullptr));
+    EXPECT_EQ(folder.content("report"), expected);
+}
+
+TEST(CommandLine, IsSplitAsTheWindowsLibraryDoes) {
+    const std::vector<std::pair<std::string, Texts>> table{
+        // The examples of the library's manual.
+        {R"(p "a b c" d e)", {"p", "a b c", "d", "e"}},
+        {R"(p "ab\"c" "\\" d)", {"p", "ab\"c", "\\", "d"}},
+        {R"(p a\\\b d"e f"g h)", {"p", R"(a\\\b)", "de fg", "h"}},
+        {R"(p a\\\"b c d)", {"p", R"(a\"b)", "c", "d"}},
+        {R"(p a\\\\"b c" d e)", {"p", R"(a\\b c)", "d", "e"}},
+        {R"(p a"b"" c d)", {"p", "ab\" c d"}},
+        // A program's name knows no escapes.
+        {R"("C:\a b\"prog.exe \x)", {R"(C:\a b\prog.exe)", R"(\x)"}},
+        {"\t p\t\"\" \"\t", {"p", "", "\t"}},
+        {R"(p "open\)", {"p", "open\\"}},
+        {"\"\" x", {"", "x"}},
+        {" \t ", {}},
+        {"", {}}};
+    for (const auto& [line, arguments] : table) {
+        EXPECT_EQ(za::os::splitCommandLine(line), arguments) << line;
+    }
+    EXPECT_EQ(za::os::splitCommandLine(commandLine(kTrickyArguments)), kTrickyArguments);
+}
+
+TEST(Command, IsEchoedWithALineEnd) {
+    CaptureStdout();
+    EXPECT_EQ(zaFile::executeProcess(probeCommand("lines"), true), 0);
+    EXPECT_EQ(GetCapturedStdout(), "one\ntwo\nthree\n\n");
+    CaptureStdout();
+    EXPECT_EQ(zaFile::executeProcess(probeCommand("lines"), false), 0);
+    EXPECT_EQ(GetCapturedStdout(), "");
+}
+
+TEST(Command, TellsItsExitCode) {
+    EXPECT_EQ(zaFile::executeProcess(probeCommand("exit 3"), false), 3);
+    EXPECT_EQ(zaFile::executeProcess(probeCommand("exit 0"), false), 0);
+    EXPECT_NE(zaFile::executeProcess("there-is-no-such-program 2>&1", false), 0);
+}
+
+TEST(Command, LosesNoByteOfALongOutput) {
+    const bool all = std::getenv("ZA_TEST_ALL") != nullptr;
+    const std::size_t size = (all ? ZA_LONG_OUTPUT_MIB : std::size_t{16}) << 20;
+    const ScratchFolder folder;
+    const TestVariable probeVariable("ZA_PROBE", probePath().u8string());
+    const std::string relay = probeCommand("relay " + std::to_string(size));
+    const std::string before = zaFile::getCurrentDir();
+    ASSERT_TRUE(zaFile::setCurrentDir(folder.path()));
+    EXPECT_EQ(zaFile::executeProcess(relay, false), 0);
+    ASSERT_TRUE(zaFile::setCurrentDir(before));
+
+    std::ifstream file(folder.native("output"), std::ios::binary);
+    std::vector<char> block(1 << 20);
+    for (std::size_t start = 0; start < size; start += block.size()) {
+        ASSERT_TRUE(file.read(block.data(), static_cast<std::streamsize>(block.size())));
+        std::size_t i = 0;
+        while (i < block.size() && block[i] == programOutputByte(start + i))
+            ++i;
+        ASSERT_EQ(i, block.size()) << "from " << start;
+    }
+    EXPECT_EQ(file.get(), '\n');
+    EXPECT_EQ(file.get(), std::ifstream::traits_type::eof());
+}
+
+}  // namespace

@@ -1,0 +1,55 @@
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <cstdio>
+#include <stdexcept>
+#include <vector>
+
+#include "zaUtils/Files/zaFile.h"
+
+// Handles, which this host alone has, and the one limit of its C library that a test can reach.
+
+namespace {
+
+/// Process and thread handles of other processes that are open in this one.
+int foreignHandles() {
+    constexpr std::uintptr_t kHighest = 0x4000;
+    int count = 0;
+    for (std::uintptr_t value = 4; value < kHighest; value += 4) {
+        const auto handle = reinterpret_cast<HANDLE>(value);
+        DWORD id = GetProcessId(handle);
+        if (id == 0) id = GetProcessIdOfThread(handle);
+        if (id != 0 && id != GetCurrentProcessId()) ++count;
+    }
+    return count;
+}
+
+TEST(WindowsPrograms, DeliberatelyLeaveTheirHandlesOpen) {
+    const auto opened = [](auto execute, bool wait) {
+        const int before = foreignHandles();
+        EXPECT_TRUE(execute("cmd /c exit 0", wait, nullptr, nullptr));
+        return foreignHandles() - before;
+    };
+    EXPECT_EQ(opened(zaFile::execute, true), 0);
+    EXPECT_EQ(opened(zaFile::execute, false), 2);
+    EXPECT_EQ(opened(zaFile::executeW, true), 2);
+    EXPECT_EQ(opened(zaFile::executeW, false), 2);
+}
+
+TEST(WindowsPrograms, PipesFailWithoutAFreeStream) {
+    std::vector<std::FILE*> streams;
+    while (std::FILE* stream = std::fopen("NUL", "rb"))
+        streams.push_back(stream);
+    EXPECT_GT(streams.size(), 100u);
+    std::string reason = "none";
+    try {
+        zaFile::executeProcess("exit 0", true);
+    } catch (const std::runtime_error& failure) {
+        reason = failure.what();
+    }
+    for (std::FILE* stream : streams)
+        std::fclose(stream);
+    EXPECT_EQ(reason, "zaFile::execute_no_output: popen() failed!");
+}
+
+}  // namespace
