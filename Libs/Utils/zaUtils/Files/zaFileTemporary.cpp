@@ -43,7 +43,9 @@ std::string joinPath(const std::string& directory, const std::string& name) {
 }
 
 std::string chooseTmpDir(const std::string& dirname) {
-    std::string directory = joinPath(za::os::temporaryPath(), dirname);
+    std::string directory;
+    static_cast<void>(za::os::temporaryPath(directory));  // without one, the name stands alone
+    directory = joinPath(directory, dirname);
     if (ensureTmpDir(directory)) return directory;
     directory = zaFile::expandFilename("$ZARN_ROOT\\tmp");
     ensureTmpDir(directory);  // chosen in any case: there is nowhere else to go

@@ -15,8 +15,8 @@ namespace za::os {
 /// @return empty when there are only blanks
 std::vector<std::string> splitCommandLine(std::string_view commandLine);
 
-/// One argument as splitCommandLine, and the programs on Windows, take it apart again; also the
-/// program's name, if it holds no quotes.
+/// One argument as splitCommandLine, and the programs on Windows, take it apart again. Also the
+/// program's name, which as the name of a file holds no quotes and ends in no backslash.
 std::string quoteArgument(std::string_view argument);
 
 }  // namespace za::os

@@ -42,12 +42,14 @@ public:
     void leaveHandlesOpen() { _leavesHandlesOpen = true; }
 
 private:
-    using Handle = std::intptr_t;
-    static constexpr Handle kNone = -1;
+    /// What the host keeps open for a program; -1 for none.
+    struct Handles {
+        std::intptr_t process = -1;
+        std::intptr_t thread = -1;
+    };
 
     unsigned int _id = 0;
-    Handle _process = kNone;
-    Handle _thread = kNone;
+    Handles _handles;
     bool _leavesHandlesOpen = false;
     bool _hasEnded = false;
     std::uint32_t _exitCode = kUnknownExitCode;

@@ -151,7 +151,7 @@ void sleepBeside(std::intptr_t processDescriptor, Milliseconds time) {
 
 /// There is one handle here, which nobody else can use: it is closed in any case.
 Program::~Program() {
-    if (_process != kNone) ::close(static_cast<int>(_process));
+    if (_handles.process >= 0) ::close(static_cast<int>(_handles.process));
     if (_id != 0 && !_hasEnded) Orphanage::the().add(static_cast<pid_t>(_id));
 }
 
@@ -166,7 +166,7 @@ Error Program::start(const std::string& commandLine, Supervision supervision) {
 
     _id = static_cast<unsigned int>(process);
     // Called by number: older C libraries have no name for it. Waiting does without it if need be.
-    _process = static_cast<Handle>(::syscall(SYS_pidfd_open, process, 0));
+    _handles.process = ::syscall(SYS_pidfd_open, process, 0);
     return {};
 }
 
@@ -181,7 +181,7 @@ bool Program::waitFor(unsigned int milliseconds) {
         if (_hasEnded) break;
         const auto left = std::chrono::ceil<Milliseconds>(end - Clock::now());
         if (left.count() <= 0) return false;
-        sleepBeside(_process, left);
+        sleepBeside(_handles.process, left);
     }
     return true;
 }

@@ -20,9 +20,9 @@ Error creationError() {
 }  // namespace
 
 Program::~Program() {
-    if (_process == kNone || _leavesHandlesOpen) return;
-    CloseHandle(handleOf(_thread));
-    CloseHandle(handleOf(_process));
+    if (_id == 0 || _leavesHandlesOpen) return;
+    CloseHandle(handleOf(_handles.thread));
+    CloseHandle(handleOf(_handles.process));
 }
 
 Error Program::start(const std::string& commandLine, Supervision) {
@@ -35,19 +35,20 @@ Error Program::start(const std::string& commandLine, Supervision) {
         return creationError();
     }
     _id = process.dwProcessId;
-    _process = reinterpret_cast<Handle>(process.hProcess);
-    _thread = reinterpret_cast<Handle>(process.hThread);
+    _handles = {reinterpret_cast<std::intptr_t>(process.hProcess),
+                reinterpret_cast<std::intptr_t>(process.hThread)};
     return {};
 }
 
 bool Program::waitFor(unsigned int milliseconds) {
-    _hasEnded = _hasEnded || WaitForSingleObject(handleOf(_process), milliseconds) != WAIT_TIMEOUT;
+    _hasEnded =
+        _hasEnded || WaitForSingleObject(handleOf(_handles.process), milliseconds) != WAIT_TIMEOUT;
     return _hasEnded;
 }
 
 std::uint32_t Program::exitCode() const {
     DWORD code = kUnknownExitCode;
-    return GetExitCodeProcess(handleOf(_process), &code) ? code : kUnknownExitCode;
+    return GetExitCodeProcess(handleOf(_handles.process), &code) ? code : kUnknownExitCode;
 }
 
 Error CommandPipe::open(const std::string& command) {
