@@ -191,7 +191,7 @@ TEST(Command, TellsItsExitCode) {
 
 TEST(Command, LosesNoByteOfALongOutput) {
     const bool all = std::getenv("ZA_TEST_ALL") != nullptr;
-    const std::size_t size = std::size_t{all ? ZA_LONG_OUTPUT_MIB : ZA_OUTPUT_MIB} << 20;
+    const std::size_t size = (all ? ZA_LONG_OUTPUT_MIB : ZA_OUTPUT_MIB) * std::size_t{1 << 20};
     const ScratchFolder folder;
     const TestVariable probeVariable("ZA_PROBE", probePath().u8string());
     const std::string relay = probeCommand("relay " + std::to_string(size));

@@ -177,6 +177,7 @@ TEST_F(TemporaryFiles, NamesAndDirectoryMayBeAskedForByManyThreads) {
     constexpr std::size_t kNames = 100;
     std::vector<Texts> names(kThreads);
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (Texts& own : names) {
         threads.emplace_back([&own] {
             for (std::size_t i = 0; i < kNames; ++i)

@@ -48,7 +48,7 @@ int zaFile::executeProcess(const std::string& command, bool echo) {
         // An older name of this function, deliberately unchanged.
         throw std::runtime_error("zaFile::execute_no_output: popen() failed!");
     }
-    constexpr std::size_t kBlockSize = 64 * 1024;
+    constexpr std::size_t kBlockSize = 65536;
     std::vector<char> block(kBlockSize);
     std::string output;
     while (const std::size_t count = pipe.read(block.data(), block.size())) {

@@ -91,12 +91,12 @@ std::string zaFile::getTmpDir() {
 }
 
 std::string zaFile::getTeamcenterTmpDir() {
-    const std::string base = getTmpDir();
+    std::string base = getTmpDir();
     if (base.empty()) {
         zaLog::warning("zaFile::getTeamcenterTmpDir : Couldn't get base tmp dir!");
         return {};
     }
-    const std::string directory = base + "\\teamcenter";
+    std::string directory = base + "\\teamcenter";
     if (ensureDirectory(directory)) return directory;
     zaLog::warning("zaFile::getTeamcenterTmpDir : Couldn't create teamcenter tmp dir!");
     return base;
@@ -112,9 +112,9 @@ std::string zaFile::getOutpath(const std::string& input, const std::string& exte
         if (isSet(kTmpDirVariable, directory) && ensureDirectory(directory)) return directory;
         return getFilePath(input);
     };
-    const std::string path = outputDirectory() + '\\' + getBaseName(input);
-    if (extension.empty()) return path;
-    return path + (extension[0] == '.' ? "" : ".") + extension;
+    std::string path = outputDirectory() + '\\' + getBaseName(input);
+    if (!extension.empty()) path += (extension[0] == '.' ? "" : ".") + extension;
+    return path;
 }
 
 std::string zaFile::getTmpName(const std::string& directory, const std::string& prefix) {
@@ -126,10 +126,11 @@ std::string zaFile::getTmpName(const std::string& directory, const std::string& 
     };
     if (!isUsable(directory) || !isUsable(prefix)) return {};
 
+    const std::string start = directory + '\\' + prefix;
     for (std::uint64_t number = counter++; number < kEnd; number = counter++) {
         // Read as signed, as "%d" prints it.
-        std::string path =
-            directory + '\\' + prefix + std::to_string(static_cast<std::int32_t>(number));
+        std::string path = start;
+        path += std::to_string(static_cast<std::int32_t>(number));
         if (!exists(path)) return path;
     }
     return {};
