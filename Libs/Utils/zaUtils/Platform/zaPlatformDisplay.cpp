@@ -1,5 +1,4 @@
 #include <cstdio>
-#include <initializer_list>
 
 #include "zaUtils/Platform/zaPlatform.h"
 
@@ -8,6 +7,7 @@ namespace {
 using Pixels = unsigned long long;
 
 constexpr Pixels kBaseDpi = 96;
+constexpr Pixels kSupportedDpi[] = {96, 120, 144, 168, 192, 240};
 constexpr Pixels kBaseMiniIcon = 10;
 constexpr Pixels kBaseSmallIcon = 16;
 constexpr Pixels kBaseMediumIcon = 22;
@@ -21,7 +21,7 @@ constexpr Pixels kMaxDifference = 9999;
 Pixels bestMatchingDpi(Pixels dpi) {
     Pixels best = kBaseDpi;
     Pixels difference = kMaxDifference;
-    for (const Pixels supported : {96, 120, 144, 168, 192, 240}) {
+    for (const Pixels supported : kSupportedDpi) {
         if (dpi < supported || dpi - supported > difference) continue;
         best = supported;
         difference = dpi - supported;

@@ -55,7 +55,7 @@ Error provideFolder(const std::string& path, mode_t mode) {
 std::string firstAbsolute(const std::string& list) {
     for (std::size_t start = 0; start < list.size();) {
         const std::size_t end = std::min(list.find(':', start), list.size());
-        const std::string entry = list.substr(start, end - start);
+        std::string entry = list.substr(start, end - start);
         if (isAbsolute(entry)) return entry;
         start = end + 1;
     }
