@@ -67,7 +67,7 @@ std::string workingDirectory() {
 std::string resolve(const std::string& directory) {
     const std::string before = workingDirectory();
     static_cast<void>(za::os::setCurrentDirectory(directory));
-    const std::string resolved = zaFile::convertSeparators(workingDirectory());
+    std::string resolved = zaFile::convertSeparators(workingDirectory());
     static_cast<void>(za::os::setCurrentDirectory(before));
     return resolved;
 }
@@ -116,8 +116,8 @@ void reportIfUnset(const std::string& directory) {
 }
 
 /// A text that outlives the static objects of other modules.
-const char* keep(const std::string& text) {
-    return (new std::string(text))->c_str();
+const std::string& keep(const std::string& text) {
+    return *new std::string(text);
 }
 
 std::string findBinaries() {
@@ -126,15 +126,15 @@ std::string findBinaries() {
     return isMetaio && !zaFile::exists(usual) ? zaPlatform::_base_dir + "\\bin" : usual;
 }
 
-const char* binDir() {
-    static const char* const directory = keep(findBinaries());
+const std::string& binDir() {
+    static const std::string& directory = keep(findBinaries());
     return directory;
 }
 
 std::string commonDir(const std::string& name) {
     const std::string makersFolder = zaPlatform::getKestrovaAppDataDir();
     if (!makersFolder.empty()) {
-        const std::string shared =
+        std::string shared =
             makersFolder + zaFile::getFileName(zaPlatform::_base_dir) + '\\' + name;
         if (zaFile::exists(shared)) return shared;
     }
@@ -244,37 +244,37 @@ const char* zaPlatform::getBaseDir() {
 
 const char* zaPlatform::getBinDir() {
     reportIfUnset(_base_dir);
-    return binDir();
+    return binDir().c_str();
 }
 
 const char* zaPlatform::getLibDir() {
     reportIfUnset(_base_dir);
-    static const char* const directory = keep(_base_dir + "\\lib\\" + kPlatform);
-    return directory;
+    static const std::string& directory = keep(_base_dir + "\\lib\\" + kPlatform);
+    return directory.c_str();
 }
 
 const char* zaPlatform::getPluginsDir() {
     reportIfUnset(_base_dir);
-    static const char* const directory = keep(_base_dir + "\\lib\\plugins\\" + kPlatform);
-    return directory;
+    static const std::string& directory = keep(_base_dir + "\\lib\\plugins\\" + kPlatform);
+    return directory.c_str();
 }
 
 const char* zaPlatform::getQtPluginsDir() {
     reportIfUnset(_base_dir);
-    static const char* const directory = keep(std::string(binDir()) + "\\qtplugins");
-    return directory;
+    static const std::string& directory = keep(binDir() + "\\qtplugins");
+    return directory.c_str();
 }
 
 const char* zaPlatform::getExamplesDir() {
     reportIfUnset(_base_dir);
-    static const char* const directory = keep(commonDir("examples"));
-    return directory;
+    static const std::string& directory = keep(commonDir("examples"));
+    return directory.c_str();
 }
 
 const char* zaPlatform::getDataDir() {
     reportIfUnset(_base_dir);
-    static const char* const directory = keep(commonDir(kDataName));
-    return directory;
+    static const std::string& directory = keep(commonDir(kDataName));
+    return directory.c_str();
 }
 
 std::string zaPlatform::getCommonDir(const char* name) {
