@@ -11,7 +11,7 @@
 #include "zaUtils/Os/Environment.h"
 #include "zaUtils/Os/Posix/PosixAccount.h"
 
-// The folders are those of the XDG base directory specification, which has relative paths ignored
+// The folders are the XDG base directories, whose rules have relative paths ignored
 // and folders of the user made for the user alone.
 
 namespace za::os {
