@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 namespace za::os {
 
 enum class ErrorKind {
@@ -28,5 +30,14 @@ Error lastError();
 
 /// An error of our own finding; sets `errno` to `code` as a failed call would.
 Error failWith(int code);
+
+/// What the system (not the C library, where the two differ) says about a thread's last failure.
+struct SystemError {
+    int code = 0;      ///< 0: none
+    std::string text;  ///< the system's message with its line break, if it has one
+};
+
+/// The calling thread's last system error, which stays as it was.
+SystemError lastSystemError();
 
 }  // namespace za::os

@@ -126,4 +126,15 @@ bool utf16ToUtf8(std::wstring_view text, OnMalformed onMalformed, std::string& r
     return convert(text, onMalformed, result, takeUtf16, appendUtf8);
 }
 
+void truncateUtf8(std::string& text, std::size_t size) {
+    if (text.size() <= size) return;
+    const auto isContinuation = [&](std::size_t i) {
+        return (static_cast<unsigned char>(text[i]) & 0xC0) == 0x80;
+    };
+    std::size_t end = size;
+    while (end > 0 && size - end < 3 && isContinuation(end))
+        --end;
+    text.resize(isContinuation(end) ? size : end);  // more of them are no character at all
+}
+
 }  // namespace za::os

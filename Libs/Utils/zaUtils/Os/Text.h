@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -14,5 +15,8 @@ enum class OnMalformed { Replace, Fail };
 /// @return false when the input is malformed and OnMalformed::Fail was asked for
 bool utf8ToUtf16(std::string_view text, OnMalformed onMalformed, std::wstring& result);
 bool utf16ToUtf8(std::wstring_view text, OnMalformed onMalformed, std::string& result);
+
+/// Cuts UTF-8 text to at most `size` bytes, without leaving a part of a character at the end.
+void truncateUtf8(std::string& text, std::size_t size);
 
 }  // namespace za::os

@@ -1,4 +1,4 @@
-#include <cstdio>
+#include <iostream>
 
 #include "zaUtils/Platform/zaPlatform.h"
 
@@ -60,8 +60,7 @@ Pixels zaPlatform::_previewLimit = 3;
 
 void zaPlatform::setDpi(unsigned long long x, unsigned long long) {
     const Pixels dpi = bestMatchingDpi(x);
-    std::printf("Best Matching DPI: %llu\n", dpi);
-    std::fflush(stdout);
+    std::cout << "Best Matching DPI: " << dpi << std::endl;
 
     setBoth(_dpiX, _dpiY, dpi);
     const double scale = getDpiScaleX();

@@ -1,10 +1,17 @@
 #pragma once
 
+#include <string>
+
 #include "zaUtils/Api.h"
 
 class zaMessage;
 
 /// Services of the process and of the application that this library is part of.
+///
+/// All texts and paths are UTF-8. Nothing here logs or throws: failures are values.
+///
+/// Thread safety: everything may be called from any thread, unless it says otherwise. The
+/// environment belongs to the process: do not change it while another thread reads it.
 class ZAUTILS_API zaUtils {
 public:
     /// The application's answer to a named request. It may write answers into `message`.
@@ -19,6 +26,85 @@ public:
     static bool call(const char* name, zaMessage& message, int flags);
     /// The same with an empty message, which is discarded afterwards.
     static bool call(const char* name, int flags);
+
+    /// @name Environment
+    /// @{
+
+    /// Sets an environment variable; an empty value removes it. A name that is empty or holds a '='
+    /// is refused.
+    /// @return what the C library's call returns: 0 on success; -1 for a null pointer
+    static int setenv(const char* name, const char* value);
+    /// Removes a variable, which need not exist. Result as that of setenv.
+    static int unsetenv(const char* name);
+
+    /// A variable's value; empty as well when it is not set.
+    static std::string getEnv(const std::string& name);
+
+    /// Replaces the references `${NAME}` and `$NAME` by the values of environment variables.
+    ///
+    /// A plain name consists of ASCII letters, digits and underscores, as many as there are; a name
+    /// in braces of anything but a closing brace. References to unset variables stay, and so does a
+    /// `$` that starts none. There is no way to write a literal `$NAME`.
+    ///
+    /// The references of `text` are taken from left to right, and deliberately each one's value
+    /// replaces the *first occurrence* of the reference's text in the result so far, wherever that
+    /// came from. So a value is not expanded again, except that a reference in it is in the way of
+    /// the same reference further right: with A="$B" and B="b", "$A $B" gives "b $B".
+    ///
+    /// Time grows linearly with text and result, and with the length of the names.
+    static std::string expandEnvironment(const std::string& text);
+    /// @}
+
+    /// @name Dynamic libraries
+    /// A null result leaves its reason for getLastError. A handle is valid until it was unloaded as
+    /// often as it was loaded; no function takes one that is not.
+    /// @{
+
+    /// Loads a shared library.
+    ///
+    /// A name without a folder is looked for in the application's folder and the system's, never in
+    /// the working directory. A relative path starts from the working directory.
+    ///
+    /// @param alteredSearchPath  look for the library's own dependencies in its folder rather than
+    ///                           in the application's. For Windows; elsewhere each library says
+    ///                           itself where its dependencies are.
+    /// @return the handle; null on failure, and for an empty path without asking the system
+    /// @note The flag in the middle is deliberately ignored.
+    static void* loadSharedLibrary(const std::string& path, bool, bool alteredSearchPath);
+    /// True when the system accepts the handle; false for null.
+    static bool unloadSharedLibrary(void* handle);
+    /// The address of an exported name; null when there is none, and for a null handle.
+    static void* resolveSymbol(void* handle, const std::string& name);
+    /// Full path of a loaded library as the system writes it, cut to whole characters in at most
+    /// 2047 bytes. Empty for a null handle.
+    static std::string getSharedLibraryPath(void* handle);
+    /// @}
+
+    /// @name System
+    /// @{
+
+    /// The calling thread's last system error as " (Error 2: 'No such file or directory')", cut to
+    /// whole characters in at most 1023 bytes; empty when there was none. The text may end in a
+    /// line break before the quote. Asking does not change the error.
+    static std::string getLastError();
+
+    /// Opens a document or an address with the user's program for it. Returns at once; whether that
+    /// worked is not known.
+    static void openBrowser(const std::string& target);
+
+    /// Whether a program with this file name (no path) runs. ASCII letters match in either case.
+    static bool findProcess(const std::string& exeName);
+
+    /// Measures the processor with a fixed loop of 10^8 floating-point steps, on the calling
+    /// thread: takes from a tenth of a second to seconds.
+    /// @param mips   a crude figure of speed, larger is faster
+    /// @param check  always 695412096
+    static void calcMips(int& mips, int& check);
+
+    /// Sounds 523 Hz for half a second and returns then; elsewhere than on Windows it rings the
+    /// terminal's bell, if standard error is a terminal.
+    static void beep();
+    /// @}
 
     static Hook _fp;  ///< the installed hook, may be null
 };

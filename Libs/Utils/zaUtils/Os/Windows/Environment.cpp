@@ -24,12 +24,12 @@ bool environmentValue(const std::string& name, std::string& value) {
     return true;
 }
 
-/// The C library's call: it changes the system's view of the environment too.
 int setEnvironmentValue(const std::string& name, const std::string& value) {
     if (name.empty() || name.find('=') != std::string::npos) {
-        errno = EINVAL;  // as the other host refuses it
+        errno = EINVAL;
         return -1;
     }
+    // The C library's call changes its own copies and the system's.
     return _wputenv((wide(name) + L'=' + wide(value)).c_str());
 }
 

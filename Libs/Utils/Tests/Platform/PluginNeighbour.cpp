@@ -1,0 +1,3 @@
+extern "C" int neighbour() {
+    return 42;
+}
