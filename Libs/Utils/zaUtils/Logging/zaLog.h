@@ -88,6 +88,41 @@ public:
     /// also switch time stamps on; HTML leaves them as they are.
     static void setLogFormat(int format);
 
+    /// @name Log file
+    /// Lines are appended to it in the layout of setLogFormat, which is to be chosen first. The
+    /// file is opened and closed for each line: the line is on disk when the call returns, and
+    /// other processes may read or move the file between messages. A line that cannot be written is
+    /// lost silently. Line ends are the host's.
+    /// @{
+
+    /// Chooses the log file; lines go to no file before the first call.
+    ///
+    /// The file lies at `fileName`, unless the environment variable named like the application, in
+    /// upper case and with "_LOG_DIR" behind it (VIEWER_LOG_DIR), holds a directory of at most 2047
+    /// bytes: then it lies there, under the file name that `fileName` ends with, and the directory
+    /// is created if need be.
+    ///
+    /// A file of that name whose first entry is of another day is set aside first: it is renamed to
+    /// its path with that entry's time appended, as in "viewer.log20240306-080000", or with
+    /// "00000-000000" when no entry can be read from it. Numbers are read as `fscanf` does, one
+    /// that is too large as `strtol` reads it, cut to an int. If the new name is taken, a text on
+    /// standard error tells that the file was kept.
+    ///
+    /// An HTML log begins with a header, not an entry, so it is always set aside, deliberately; and
+    /// each call writes a header. A CSV log gets its header row when it is created; it is also set
+    /// aside while lines are written, at the first message of a new day or when it holds no row
+    /// yet.
+    ///
+    /// Says on standard output which file is used. One that cannot be opened is reported as an
+    /// error of the log, and no file is in use then.
+    ///
+    /// Takes no lock: meant to be called at start-up, before other threads log.
+    static void setLogFile(const char* fileName);
+
+    /// Path of the file in use, or null. Valid until the file changes.
+    static const char* getLogFile();
+    /// @}
+
     /// Null switches the callback off.
     static void setInfoCB(Callback callback);
     static void setWarningCB(Callback callback);
@@ -134,11 +169,14 @@ private:
     static Callback callback(Kind kind);
     static void write(Kind kind, const char* msg, int flags, bool alternate);
     static void writeLine(const KindTraits& kind, const std::string& line);
-    static std::string buildLine(const KindTraits& kind, const char* msg, bool alternate);
+    static void buildLine(std::string& line, const KindTraits& kind, const char* msg,
+                          bool alternate);
 
     static void colorOutput(int type, const char* msg);
     static std::string addTimestamp(const char* msg);
     static void addExtraInfo(std::string& line, const std::string& kind, int number);
     static void addExtraInfoCSV(std::string& line, const std::string& kind, int number);
+
+    static void writeCSVHeader(const char* fileName);
     static void addToLogFile(const std::string& line);
 };

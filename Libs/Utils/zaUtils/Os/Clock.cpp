@@ -1,22 +1,21 @@
 #include "zaUtils/Os/Clock.h"
 
 #include <atomic>
-#include <ctime>
 
 namespace za::os {
 
 namespace {
 
-std::int64_t systemClock() {
-    return std::time(nullptr);
-}
-
-std::atomic<Clock> g_clock{systemClock};
+std::atomic<Clock> g_clock{systemSeconds};
 
 }  // namespace
 
+std::int64_t secondsNow() {
+    return g_clock.load()();
+}
+
 LocalTime localTimeNow() {
-    return toLocalTime(g_clock.load()());
+    return toLocalTime(secondsNow());
 }
 
 Clock exchangeClock(Clock clock) {

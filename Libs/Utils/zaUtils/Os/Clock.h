@@ -12,6 +12,12 @@ struct LocalTime {
 /// Converts seconds since 1970 (UTC) by the process's time zone.
 LocalTime toLocalTime(std::int64_t seconds);
 
+/// Seconds since 1970 (UTC), by the system's clock.
+std::int64_t systemSeconds();
+
+/// The same, by the clock in place.
+std::int64_t secondsNow();
+
 /// The time now, by the clock in place.
 LocalTime localTimeNow();
 

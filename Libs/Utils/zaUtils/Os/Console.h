@@ -22,8 +22,13 @@ bool isTerminal(Stream stream);
 
 /// Writes UTF-8 text directly to the console in a colour, with one write, and restores what was
 /// before. Where setting the colour fails nothing is written; failures are silent.
-/// @return false when the stream is not a console, and nothing happened
+/// @return false when the stream is not a console, or one that shows text in its current colour
+/// just
+///         as well through the C library's stream; nothing happened then
 bool writeToConsole(Stream stream, Colour colour, std::string_view text);
+
+/// Writes text to the C library's stream for the output or the error, buffered as that stream is.
+void writeToStream(Stream stream, std::string_view text);
 
 /// Reads one line of standard input without its line end, in UTF-8 if it is a console; false at the
 /// end of the input.

@@ -8,19 +8,19 @@ namespace za::os {
 
 namespace {
 
-std::atomic<FileBackend*>& current() {
-    static std::atomic<FileBackend*> backend{&hostFileBackend()};
-    return backend;
-}
+/// Null stands for the host's, so that files can be used before this is initialised.
+std::atomic<FileBackend*> g_replacement{nullptr};
 
 FileBackend& backend() {
-    return *current().load(std::memory_order_acquire);
+    FileBackend* replacement = g_replacement.load(std::memory_order_acquire);
+    return replacement ? *replacement : hostFileBackend();
 }
 
 }  // namespace
 
 FileBackend& exchangeFileBackend(FileBackend& replacement) {
-    return *current().exchange(&replacement, std::memory_order_acq_rel);
+    FileBackend* before = g_replacement.exchange(&replacement, std::memory_order_acq_rel);
+    return before ? *before : hostFileBackend();
 }
 
 File::~File() {

@@ -11,13 +11,14 @@ namespace za::os {
 enum class OpenMode {
     Read,
     Write,       ///< creates or truncates
+    WriteText,   ///< the same, with the host's line ends in place of '\n'
     CreateNew,   ///< fails when the file exists
     Append,      ///< creates if need be; every write goes to the end
-    AppendText,  ///< the same, with the host's line ends in place of '\n'
+    AppendText,  ///< the same, with the host's line ends
     Update,      ///< reads and writes an existing file
 };
 
-/// An open file, closed by the destructor. All modes but AppendText are binary; directories are
+/// An open file, closed by the destructor. All modes but the text ones are binary; directories are
 /// never opened. Paths are UTF-8 with either separator. Reads and writes go on after a short or an
 /// interrupted call until all is done.
 class File {

@@ -4,6 +4,10 @@
 
 namespace za::os {
 
+std::int64_t systemSeconds() {
+    return std::time(nullptr);
+}
+
 LocalTime toLocalTime(std::int64_t seconds) {
     const std::time_t time = seconds;
     std::tm parts{};

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <iostream>
 
 namespace za::os {
@@ -70,6 +71,8 @@ bool isTerminal(Stream stream) {
 }
 
 bool writeToConsole(Stream stream, Colour colour, std::string_view text) {
+    // Text as it is needs no terminal, and to ask for one is a call into the system.
+    if (colour == Colour::Unchanged) return false;
     const int reason = errno;
     const bool console = isTerminal(stream);
     errno = reason;  // asking is no failure
@@ -87,6 +90,10 @@ bool writeToConsole(Stream stream, Colour colour, std::string_view text) {
     } while (written < 0 && errno == EINTR);
     if (written >= 0) finish(fd, pieces, static_cast<std::size_t>(written));
     return true;
+}
+
+void writeToStream(Stream stream, std::string_view text) {
+    std::fwrite(text.data(), 1, text.size(), stream == Stream::Error ? stderr : stdout);
 }
 
 bool readLine(std::string& line) {

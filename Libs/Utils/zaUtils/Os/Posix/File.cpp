@@ -20,6 +20,7 @@ int openFlags(OpenMode mode) {
         case OpenMode::Read:
             return O_RDONLY;
         case OpenMode::Write:
+        case OpenMode::WriteText:
             return O_WRONLY | O_CREAT | O_TRUNC;
         case OpenMode::CreateNew:
             return O_WRONLY | O_CREAT | O_EXCL;
@@ -30,6 +31,30 @@ int openFlags(OpenMode mode) {
             return O_RDWR;
     }
     return O_RDONLY;
+}
+
+/// The path as the system takes it; copied only if there is a separator to convert.
+class NativePath {
+public:
+    explicit NativePath(const std::string& path) : _text(path.c_str()) {
+        if (path.find('\\') == std::string::npos) return;
+        _converted = nativePath(path);
+        _text = _converted.c_str();
+    }
+    NativePath(const NativePath&) = delete;
+    NativePath& operator=(const NativePath&) = delete;
+
+    const char* text() const { return _text; }
+
+private:
+    const char* _text;
+    std::string _converted;
+};
+
+/// Whether the open file is a directory. Only reading opens one; other modes fail by themselves.
+bool isDirectory(int fd, OpenMode mode) {
+    struct stat status {};
+    return mode == OpenMode::Read && ::fstat(fd, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 /// Repeats a call that a signal interrupted.
@@ -45,6 +70,18 @@ Error resultOf(bool success) {
     return success ? Error{} : lastError();
 }
 
+int openDescriptor(const std::string& path, OpenMode mode) {
+    const NativePath native(path);
+    const auto open = [&](int flags) {
+        return retry([&] { return ::open(native.text(), flags | O_CLOEXEC, 0666); });
+    };
+    if (mode != OpenMode::Append && mode != OpenMode::AppendText) return open(openFlags(mode));
+    // The file is usually there, and without the wish to create it the system need not lock its
+    // directory.
+    const int fd = open(openFlags(mode) & ~O_CREAT);
+    return fd < 0 && errno == ENOENT ? open(openFlags(mode)) : fd;
+}
+
 int descriptor(FileBackend::Handle handle) {
     return static_cast<int>(handle);
 }
@@ -52,12 +89,9 @@ int descriptor(FileBackend::Handle handle) {
 class PosixFileBackend final : public FileBackend {
 public:
     Error open(const std::string& path, OpenMode mode, Handle& handle) override {
-        const std::string native = nativePath(path);
-        const int fd =
-            retry([&] { return ::open(native.c_str(), openFlags(mode) | O_CLOEXEC, 0666); });
+        const int fd = openDescriptor(path, mode);
         if (fd < 0) return lastError();
-        struct stat status {};
-        if (::fstat(fd, &status) == 0 && S_ISDIR(status.st_mode)) {
+        if (isDirectory(fd, mode)) {
             ::close(fd);
             return failWith(EISDIR);
         }

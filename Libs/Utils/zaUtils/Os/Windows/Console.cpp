@@ -1,8 +1,23 @@
 #include "zaUtils/Os/Console.h"
 
+#include "zaUtils/Os/Windows/WindowsApi.h"
+
+#include <io.h>
+#include <winioctl.h>
+
+#include <cstdio>
 #include <iostream>
 
-#include "zaUtils/Os/Windows/WindowsApi.h"
+/// What the query below tells about itself.
+struct IoStatus {
+    void* status;
+    ULONG_PTR information;
+};
+
+// Part of every Windows, but not of every compiler's headers.
+extern "C" __declspec(dllimport) LONG NTAPI
+    NtQueryVolumeInformationFile(HANDLE handle, IoStatus* status, void* information, ULONG size,
+                                 int informationClass);
 
 namespace za::os {
 
@@ -22,6 +37,37 @@ HANDLE handleOf(Stream stream) {
 
 bool isValid(HANDLE handle) {
     return handle != nullptr && handle != INVALID_HANDLE_VALUE;
+}
+
+/// What kind of device a handle belongs to; 0 for a handle that is not one of the system's own.
+/// Much cheaper than asking for a console.
+DWORD deviceType(HANDLE handle) {
+    constexpr int kDeviceInformation = 4;
+    IoStatus status;
+    struct {
+        DWORD type, characteristics;
+    } information{};
+    const LONG result = NtQueryVolumeInformationFile(handle, &status, &information,
+                                                     sizeof information, kDeviceInformation);
+    return result == 0 ? information.type : 0;
+}
+
+bool isNullDevice(HANDLE handle) {
+    return deviceType(handle) == FILE_DEVICE_NULL;
+}
+
+/// Whether the handle is certainly no console.
+bool isRedirected(HANDLE handle) {
+    switch (deviceType(handle)) {
+        case FILE_DEVICE_NULL:
+        case FILE_DEVICE_DISK:
+        case FILE_DEVICE_DISK_FILE_SYSTEM:
+        case FILE_DEVICE_NETWORK_FILE_SYSTEM:
+        case FILE_DEVICE_NAMED_PIPE:
+            return true;
+        default:
+            return false;
+    }
 }
 
 WORD attributesOf(Colour colour, WORD current) {
@@ -46,7 +92,8 @@ bool isTerminal(Stream stream) {
 bool writeToConsole(Stream stream, Colour colour, std::string_view text) {
     const HANDLE handle = handleOf(stream);
     CONSOLE_SCREEN_BUFFER_INFO before;
-    if (!isValid(handle) || !GetConsoleScreenBufferInfo(handle, &before)) return false;
+    if (!isValid(handle) || isRedirected(handle)) return false;
+    if (!GetConsoleScreenBufferInfo(handle, &before)) return false;
 
     if (!SetConsoleTextAttribute(handle, attributesOf(colour, before.wAttributes))) return true;
     // The wide call shows UTF-8 text whatever code page the console has.
@@ -57,6 +104,15 @@ bool writeToConsole(Stream stream, Colour colour, std::string_view text) {
         SetConsoleTextAttribute(handle, before.wAttributes);
     }
     return true;
+}
+
+void writeToStream(Stream stream, std::string_view text) {
+    std::FILE* file = stream == Stream::Error ? stderr : stdout;
+    const int descriptor = _fileno(file);  // negative in a program without standard streams
+    // The C library writes to devices byte by byte, a call into the system each: not for nothing.
+    const bool isDevice = descriptor >= 0 && _isatty(descriptor);
+    if (isDevice && isNullDevice(reinterpret_cast<HANDLE>(_get_osfhandle(descriptor)))) return;
+    std::fwrite(text.data(), 1, text.size(), file);
 }
 
 bool readLine(std::string& line) {

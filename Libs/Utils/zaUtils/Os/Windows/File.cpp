@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <string_view>
 
 #include "zaUtils/Os/Windows/WindowsApi.h"
 
@@ -22,6 +23,8 @@ int openFlags(OpenMode mode) {
             return _O_RDONLY | _O_BINARY;
         case OpenMode::Write:
             return _O_WRONLY | _O_CREAT | _O_TRUNC | _O_BINARY;
+        case OpenMode::WriteText:
+            return _O_WRONLY | _O_CREAT | _O_TRUNC | _O_TEXT;
         case OpenMode::CreateNew:
             return _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY;
         case OpenMode::Append:
@@ -47,9 +50,55 @@ int descriptor(FileBackend::Handle handle) {
     return static_cast<int>(handle);
 }
 
+/// A text file that is only ever appended to, as a log is. The C library would go to the end and
+/// then write; a handle with the right to append and no other does both in one step, which other
+/// processes cannot get in between, and for less. In a FileBackend::Handle it stands as a negative
+/// number, apart from the C library's descriptors. (Handles are multiples of four.)
+class AppendedText {
+public:
+    static bool isMeantBy(FileBackend::Handle handle) { return handle < 0; }
+
+    explicit AppendedText(FileBackend::Handle handle) : _file(reinterpret_cast<HANDLE>(-handle)) {}
+
+    /// False leaves it to the C library to open the file or to say why it cannot be opened.
+    static bool open(const std::string& path, FileBackend::Handle& handle) {
+        const HANDLE file =
+            CreateFileW(wide(path).c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                        nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+        if (file == INVALID_HANDLE_VALUE) return false;
+        handle = -reinterpret_cast<FileBackend::Handle>(file);
+        return true;
+    }
+
+    Error write(std::string_view text) const {
+        std::string converted;
+        converted.reserve(text.size() + 16);
+        for (const char c : text) {
+            if (c == '\n') converted += '\r';
+            converted += c;
+        }
+        DWORD written = 0;
+        const auto size = static_cast<DWORD>(converted.size());
+        if (!WriteFile(_file, converted.data(), size, &written, nullptr)) return writeError();
+        return written == size ? Error{} : failWith(ENOSPC);
+    }
+
+    Error close() const { return CloseHandle(_file) ? Error{} : failWith(EIO); }
+
+private:
+    static Error writeError() {
+        const DWORD code = GetLastError();
+        const bool isFull = code == ERROR_DISK_FULL || code == ERROR_HANDLE_DISK_FULL;
+        return failWith(isFull ? ENOSPC : EIO);
+    }
+
+    HANDLE _file;
+};
+
 class WindowsFileBackend final : public FileBackend {
 public:
     Error open(const std::string& path, OpenMode mode, Handle& handle) override {
+        if (mode == OpenMode::AppendText && AppendedText::open(path, handle)) return {};
         int fd = -1;
         if (_wsopen_s(&fd, wide(path).c_str(), openFlags(mode) | _O_NOINHERIT, _SH_DENYNO,
                       _S_IREAD | _S_IWRITE) != 0) {
@@ -66,6 +115,12 @@ public:
     }
 
     Error write(Handle handle, const void* data, std::size_t size, std::size_t& count) override {
+        if (AppendedText::isMeantBy(handle)) {
+            const std::string_view text(static_cast<const char*>(data), transferSize(size));
+            const Error error = AppendedText(handle).write(text);
+            count = error.ok() ? text.size() : 0;
+            return error;
+        }
         const int written = _write(descriptor(handle), data, transferSize(size));
         count = static_cast<std::size_t>(std::max(written, 0));
         return resultOf(written >= 0);
@@ -86,7 +141,10 @@ public:
         return resultOf(_chsize_s(descriptor(handle), static_cast<std::int64_t>(size)) == 0);
     }
 
-    Error close(Handle handle) override { return resultOf(_close(descriptor(handle)) == 0); }
+    Error close(Handle handle) override {
+        if (AppendedText::isMeantBy(handle)) return AppendedText(handle).close();
+        return resultOf(_close(descriptor(handle)) == 0);
+    }
 
     Error removeFile(const std::string& path) override {
         return resultOf(_wunlink(wide(path).c_str()) == 0);
