@@ -9,6 +9,7 @@
 
 #include "ChecksumCommand.h"
 #include "ExitCode.h"
+#include "InfoCommand.h"
 #include "LogCommand.h"
 #include "TerminalQuestions.h"
 #include "zaUtils/Files/zaFile.h"
@@ -54,6 +55,7 @@ int runCommand(std::vector<std::string> arguments) {
     app.require_subcommand(1);
     int exitCode = ExitCode::kSuccess;
     addChecksumCommand(app, exitCode);
+    addInfoCommand(app);
     addLogCommand(app, exitCode);
 
     protectBrackets(arguments);

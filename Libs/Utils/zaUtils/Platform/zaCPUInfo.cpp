@@ -1,7 +1,7 @@
 #include "zaUtils/Platform/zaCPUInfo.h"
 
-#include <iostream>
 #include <cstring>
+#include <iostream>
 #include <sstream>
 
 #include "zaUtils/Os/Cpu.h"

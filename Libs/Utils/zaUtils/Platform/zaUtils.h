@@ -1,6 +1,8 @@
 #pragma once
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "zaUtils/Api.h"
 
@@ -94,6 +96,10 @@ public:
 
     /// Whether a program with this file name (no path) runs. ASCII letters match in either case.
     static bool findProcess(const std::string& exeName);
+
+    /// The versions of this library and of those that it is built from, by their names. Texts like
+    /// "1.74.0".
+    static std::vector<std::pair<std::string, std::string>> getLibraryVersions();
 
     /// Measures the processor with a fixed loop of 10^8 floating-point steps, on the calling
     /// thread: takes from a tenth of a second to seconds.
