@@ -138,10 +138,10 @@ void runAnotherProgram(const std::string& program) {
 }
 
 /// Both ways to start when the installation is not where it was said to be.
-void showFallbacks() {
+void showFallbacks(const std::string& programName) {
     say("Fallbacks");
     const std::string installation = zaPlatform::getBaseDir();
-    zaPlatform::init("Viewer");  // as if found along the search path
+    zaPlatform::init(programName.c_str());  // as if found along the search path
     expect(zaPlatform::getBaseDir() == installation,
            std::string("found from the running program: ") + zaPlatform::getBaseDir());
     const std::string nowhere = installation + "\\nowhere";
@@ -186,7 +186,12 @@ int main(int argc, char** argv) {
     runAnotherProgram(program);
     writeScratchFile();
     say("Folders");
-    list(folder + "\\logs");
-    showFallbacks();
+    const std::string logs = folder + "\\logs";
+    list(logs);
+    expect(zaFile::exists(logs + "\\viewer.log20240306-235950") &&
+               zaFile::exists(logs + "\\viewer.csv20240306-235950") &&
+               zaFile::exists(logs + "\\viewer.html00000-000000"),
+           "the logs of the evening were set aside");
+    showFallbacks(zaFile::getFileName(program));
     return EXIT_SUCCESS;
 }

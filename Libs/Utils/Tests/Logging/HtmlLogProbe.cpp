@@ -11,7 +11,7 @@ int main(int argc, char** argv) {
     zaLog::setLogFile(zaConsole::getArguments(argc, argv).at(0).c_str());
     zaLog::info("an info");
     zaLog::warning("a warning: %d < %d && \"x\" > 'y'", 5, 6);
-    zaLog::error(u8"an error: größe 日本 <b>not bold</b> &amp;");
+    zaLog::error(u8"an error: größe Ω ж <b>not bold</b> &amp;");
     zaLog::infoI("another info", kEverywhere, true);
     zaLog::warningI("two\n    lines   with   blanks", kEverywhere, true);
     zaLog::errorI("another error", kEverywhere, true);

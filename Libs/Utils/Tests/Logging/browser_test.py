@@ -26,7 +26,7 @@ STAMP = r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d "
 EXPECTED = [
     ("rgb(0, 140, 0)", "an info"),
     ("rgb(180, 180, 0)", "a warning: 5 < 6 && \"x\" > 'y'"),
-    ("rgb(180, 0, 0)", "an error: größe 日本 <b>not bold</b> &amp;"),
+    ("rgb(180, 0, 0)", "an error: größe Ω ж <b>not bold</b> &amp;"),
     ("rgb(0, 140, 140)", "another info"),
     ("rgb(180, 180, 140)", "two\n    lines   with   blanks"),
     ("rgb(180, 0, 140)", "another error"),
