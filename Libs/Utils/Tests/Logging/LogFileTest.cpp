@@ -137,6 +137,7 @@ TEST_F(LogFile, AFileOfAnotherDayIsSetAsideUnderTheTimeOfItsFirstEntry) {
         {zaLog::Plain, "2024-3-7", ""},  // what was read counts
         {zaLog::Plain, "2024-03-07x", ""},
         {zaLog::Plain, "2023-03-07 23:59:59 ", "20230307-235959"},
+        {zaLog::Plain, "2024-02-07 00:00:00 ", "20240207-000000"},
         {zaLog::Plain, "", "00000-000000"},
         {zaLog::Plain, "\n\ngarbage", "00000-000000"},
         {zaLog::Plain, "2024-04", "20240400-000000"},

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <ctime>
 #include <iomanip>
+#include <limits>
 #include <sstream>
 #include <streambuf>
 #include <thread>
@@ -251,6 +252,16 @@ TEST_F(Log, FormattedTextIsCutAt2047Bytes) {
         zaLog::warningIPython(text.c_str());
         EXPECT_EQ(take(), text + "\n");
     }
+}
+
+TEST_F(Log, TextIsFormattedAsTheCLibraryDoes) {
+    const std::string nearTheLimit(2040, 'x');
+    zaLog::info("%d%s|%d%%", std::numeric_limits<int>::min(), "", 0);
+    zaLog::info("%s%d", nearTheLimit.c_str(), 12345678);
+    zaLog::info("%d %5.2f %-4s|%c %s", -1, 2.5, "ab", 'c', "d");
+    EXPECT_EQ(callbacks.messages(),
+              (std::vector<std::string>{"I -2147483648|0%", "I " + nearTheLimit + "1234567",
+                                        "I -1  2.50 ab  |c d"}));
 }
 
 TEST_F(Log, AFailingFormatterLeavesWhatItWrote) {

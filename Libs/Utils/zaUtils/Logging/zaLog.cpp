@@ -46,7 +46,7 @@ struct zaLog::KindTraits {
 namespace {
 
 constexpr std::size_t kFormatBufferSize = 2048;
-constexpr std::size_t kMostDigits = std::numeric_limits<int>::digits10 + 2;  // with a sign
+constexpr int kMostDigits = std::numeric_limits<int>::digits10 + 2;  // with a sign
 constexpr int kAllTargets = zaLog::ToCallback | zaLog::ToLines;
 constexpr int kAlternateConsoleType = 4;
 
@@ -102,7 +102,7 @@ private:
 /// what does not fit.
 bool formatSimple(char* out, char* const end, const char* format, std::va_list arguments) {
     for (; *format != '\0'; ++format) {
-        if (out + kMostDigits >= end) return false;
+        if (end - out <= kMostDigits) return false;
         if (*format != '%') {
             *out++ = *format;
         } else if (*++format == 'd') {

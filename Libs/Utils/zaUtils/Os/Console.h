@@ -22,9 +22,8 @@ bool isTerminal(Stream stream);
 
 /// Writes UTF-8 text directly to the console in a colour, with one write, and restores what was
 /// before. Where setting the colour fails nothing is written; failures are silent.
-/// @return false when the stream is not a console, or one that shows text in its current colour
-/// just
-///         as well through the C library's stream; nothing happened then
+/// @return false, with nothing done, when the stream is no console, or when the console shows text
+///         in the current colour just as well through the C library's stream
 bool writeToConsole(Stream stream, Colour colour, std::string_view text);
 
 /// Writes text to the C library's stream for the output or the error, buffered as that stream is.
