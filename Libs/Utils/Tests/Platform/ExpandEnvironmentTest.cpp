@@ -10,7 +10,11 @@
 
 namespace {
 
+#ifdef NDEBUG
 constexpr std::size_t kLarge = 16 << 20;
+#else
+constexpr std::size_t kLarge = 2 << 20;  // takes as long unoptimised
+#endif
 
 std::string repeated(const std::string& text, std::size_t size) {
     std::string result;
@@ -64,7 +68,7 @@ TEST(ExpandEnvironment, AgreesWithItsDefinitionOnRandomTextsAndValues) {
         std::vector<std::unique_ptr<TestVariable>> variables;
         for (const std::string& name : names) {
             const std::string value = randomText(5);
-            if (pick(3) == 0 || value.empty()) continue;
+            if (pick(3) == 0) continue;
             variables.push_back(std::make_unique<TestVariable>(name, value));
         }
         for (int i = 0; i < 10; ++i) {
@@ -82,22 +86,24 @@ TEST(ExpandEnvironment, MastersLargeTextsFullOfReferences) {
     const TestVariable twice("ZD", "$ZD${ZA}");
     const TestVariable many("ZE", repeated("$ZA", 30000));
     const auto expand = zaUtils::expandEnvironment;
-    const std::size_t count = kLarge / 3;
 
-    for (const char* part : {"$", "${", "${}", "$ZU", "$ZB"}) {
+    for (const char* part : {"$", "${", "${}", "$ZU"}) {
         SCOPED_TRACE(part);
         const std::string text = repeated(part, kLarge);
         EXPECT_TRUE(expand(text) == text);
     }
     EXPECT_TRUE(expand("${" + std::string(kLarge, 'n') + "}$ZA").back() == 'v');
-    EXPECT_TRUE(expand(repeated("$ZA", kLarge)) == std::string(count, 'v'));
-    EXPECT_TRUE(expand(repeated("$ZC", kLarge / 4)) ==
-                std::string(kLarge / 4 / 3, 'x') + repeated("$ZC", kLarge / 4));
-    // The second one of a pair takes what the first one has just brought.
-    const std::string pairs = repeated("$ZD${ZA}", kLarge / 4);
-    EXPECT_TRUE(expand(pairs) == "$ZD" + std::string(pairs.size() / 8, 'v') + pairs.substr(3));
+    EXPECT_TRUE(expand(repeated("$ZA", kLarge)) == std::string(kLarge / 3, 'v'));
     EXPECT_TRUE(expand("$ZE" + repeated("$ZA", kLarge)) ==
-                std::string(count, 'v') + repeated("$ZA", 30000));
+                std::string(kLarge / 3, 'v') + repeated("$ZA", 30000));
+
+    // Values that hold the text that they replace: every reference is in the way of the next one.
+    const std::size_t size = kLarge / 4;
+    EXPECT_TRUE(expand(repeated("$ZB", size)) == repeated("$ZB", size));
+    EXPECT_TRUE(expand(repeated("$ZC", size)) ==
+                std::string(size / 3, 'x') + repeated("$ZC", size));
+    const std::string pairs = repeated("$ZD${ZA}", size);
+    EXPECT_TRUE(expand(pairs) == "$ZD" + std::string(pairs.size() / 8, 'v') + pairs.substr(3));
 }
 
 }  // namespace

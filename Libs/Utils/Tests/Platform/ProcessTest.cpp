@@ -36,4 +36,10 @@ TEST(CalcMips, GivesTheKnownCheck) {
     }
 }
 
+TEST(Beep, WritesNothingButToATerminal) {
+    testing::internal::CaptureStderr();
+    zaUtils::beep();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 }  // namespace

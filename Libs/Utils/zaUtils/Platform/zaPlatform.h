@@ -121,7 +121,10 @@ public:
     /// The assets of a version, in the maker's shared folder; empty when that is.
     static std::string getZARNAssetsDir(const std::string& version);
 
-    /// Full path of the module that holds the calling code. The argument is not looked at.
+    /// Full path of the module (library or program) that holds the calling code, as the system
+    /// writes it. The argument is not looked at. The calling code is where the call returns to: a
+    /// function that does nothing after the call may have been left already, so use the result
+    /// there.
     static std::string getThisSharedLibraryPath(int);
     /// @}
 

@@ -34,8 +34,11 @@ double secondsBetween(std::clock_t start, std::clock_t end) {
 
 double sumOfSquares() {
     double sum = 0.0;
-    for (double x = 0.123456789; x < 1e8; x += 1.0)
+    double x = 0.123456789;
+    while (x < 1e8) {
         sum += x * x;
+        x += 1.0;
+    }
     return sum;
 }
 

@@ -4,7 +4,9 @@
 #include <link.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <vector>
 
 #include "zaUtils/Os/Directory.h"
@@ -33,11 +35,52 @@ std::string programPath() {
     }
 }
 
+/// The folders that the loader searches, in its order, for what this library asks for by name.
+/// Other folders come after these, none of which is relative.
+std::vector<std::string> searchFolders() {
+    Dl_info information;
+    link_map* self = nullptr;  // serves as the handle
+    if (::dladdr1(reinterpret_cast<void*>(&searchFolders), &information,
+                  reinterpret_cast<void**>(&self), RTLD_DL_LINKMAP) == 0) {
+        return {};
+    }
+    Dl_serinfo size;
+    if (::dlinfo(self, RTLD_DI_SERINFOSIZE, &size) != 0) return {};
+    std::vector<std::max_align_t> room(size.dls_size / sizeof(std::max_align_t) + 1);
+    auto* list = reinterpret_cast<Dl_serinfo*>(room.data());
+    if (::dlinfo(self, RTLD_DI_SERINFOSIZE, list) != 0) return {};
+    if (::dlinfo(self, RTLD_DI_SERINFO, list) != 0) return {};
+    std::vector<std::string> folders;
+    for (unsigned int i = 0; i < list->dls_cnt; ++i)
+        folders.emplace_back(list->dls_serpath[i].dls_name);
+    return folders;
+}
+
+/// A search path may hold a relative folder, above all an empty one, which a stray separator makes:
+/// the loader would run what lies in the working directory. If something does, it is passed over.
 void* loadByName(const std::string& name) {
+    const auto isRelative = [](const std::string& folder) { return folder[0] != '/'; };
+    const auto hasIt = [&](const std::string& folder) {
+        return pathKind(folder + '/' + name) == PathKind::File;
+    };
+    const auto loadFrom = [&](const std::string& folder) {
+        return ::dlopen((folder + '/' + name).c_str(), kFlags);
+    };
     const std::string program = programPath();
-    const std::string beside = program.substr(0, program.rfind('/') + 1) + name;
-    if (pathKind(beside) == PathKind::File) return ::dlopen(beside.c_str(), kFlags);
-    return ::dlopen(name.c_str(), kFlags);
+    const std::string besideProgram = program.substr(0, program.rfind('/'));
+    if (hasIt(besideProgram)) return loadFrom(besideProgram);
+
+    const std::vector<std::string> folders = searchFolders();
+    const auto isStray = [&](const std::string& folder) {
+        return isRelative(folder) && hasIt(folder);
+    };
+    if (std::none_of(folders.begin(), folders.end(), isStray)) {
+        return ::dlopen(name.c_str(), kFlags);
+    }
+    const auto found = std::find_if(folders.begin(), folders.end(), [&](const std::string& folder) {
+        return !isRelative(folder) && hasIt(folder);
+    });
+    return found == folders.end() ? nullptr : loadFrom(*found);
 }
 
 /// The loader's name for a module; the program itself has none there.
