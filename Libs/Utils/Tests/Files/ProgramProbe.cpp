@@ -2,70 +2,74 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include "Files/ProgramOutput.h"
+#include "Support/LogCapture.h"
+#include "Support/TestEnvironment.h"
 #include "zaUtils/Files/zaFile.h"
 #include "zaUtils/Platform/zaConsole.h"
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
-void sleepFor(const std::string& milliseconds) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(std::stoi(milliseconds)));
-}
-
-int print(std::size_t size) {
-    const std::string output = programOutput();
-    for (std::size_t rest = size; rest > 0;) {
-        const std::size_t count = std::min(rest, output.size());
-        if (std::fwrite(output.data(), 1, count, stdout) != count) return 1;
-        rest -= count;
+/// Prints numbered lines of all lengths up to 300, with NUL bytes in them.
+int print(unsigned long lines) {
+    for (unsigned long i = 0; i < lines; ++i) {
+        const std::string line = std::string(i % 300, '\0') + std::to_string(i) + '\n';
+        if (std::fwrite(line.data(), 1, line.size(), stdout) != line.size()) return 1;
     }
     return 0;
 }
 
 /// Lets another probe print, with standard output in a file of the working directory.
-int relay(const std::string& size) {
+int relay(const std::string& lines) {
     if (!std::freopen("output", "wb", stdout)) return 1;
-    return zaFile::executeProcess(zaFile::expandFilename("\"$ZA_PROBE\" print ") + size, true);
+    return zaFile::executeProcess(zaFile::expandFilename("\"$ZA_PROBE\" print ") + lines, true);
 }
 
-/// Waits for a file of the first name and writes one of the second.
+/// Waits for a file of the first name, for a minute at most, and writes one of the second.
 int answer(const std::string& question, const std::string& file) {
     for (int i = 0; i < 6000 && !zaFile::exists(question); ++i)
-        sleepFor("10");
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
     return zaFile::exists(question) && zaFile::write(file, "done") ? 0 : 1;
 }
 
-int run(const Arguments& arguments) {
+/// Calls what the arguments name and writes the log's messages and the results to the first one.
+int callAll(const std::vector<std::string>& arguments) {
+    const LogCapture log;
+    std::string report;
+    for (std::size_t i = 2; i < arguments.size(); ++i) {
+        const std::string& name = arguments[i];
+        if (name.rfind("init=", 0) == 0) zaFile::initTmpDir(name.substr(5));
+        if (name == "unset") unsetTestVariable("ZARN_TMP_DIR");
+        if (name == "tmp") log.messages().push_back("= " + zaFile::getTmpDir());
+        if (name == "teamcenter") log.messages().push_back("= " + zaFile::getTeamcenterTmpDir());
+        if (name == "variable") log.messages().push_back(zaFile::expandFilename("$ZARN_TMP_DIR"));
+    }
+    for (const std::string& line : log.messages())
+        report += line + '|';
+    return zaFile::write(arguments.at(1), report) ? 0 : 1;
+}
+
+int run(const std::vector<std::string>& arguments) {
     const std::string& task = arguments.at(0);
-    if (task == "exit") return std::stoi(arguments.at(1));
     if (task == "terminate") return std::raise(SIGTERM);
-    if (task == "print") return print(std::stoul(arguments.at(1)));
-    if (task == "lines") return std::puts("one\ntwo\nthree") < 0;
-    if (task == "relay") return relay(arguments.at(1));
-    if (task == "answer") return answer(arguments.at(1), arguments.at(2));
-    if (task == "start") return zaFile::execute(arguments.at(1), false) ? 0 : 1;
-    if (task == "arguments") {
-        std::string report;
-        for (const std::string& argument : arguments)
-            report += argument + '\0';
-        return zaFile::write(arguments.at(1), report) ? 0 : 1;
-    }
-    if (task == "sleep") {
-        const bool written = zaFile::write(arguments.at(1), std::to_string(::getpid()));
-        sleepFor(arguments.at(2));
-        return written ? 0 : 1;
-    }
-    return 99;
+    if (task == "call") return callAll(arguments);
+    const std::string& first = arguments.at(1);
+    if (task == "exit") return std::stoi(first);
+    if (task == "print") return print(std::stoul(first));
+    if (task == "relay") return relay(first);
+    if (task == "start") return zaFile::execute(first, false) ? 0 : 1;
+    if (task == "answer") return answer(first, arguments.at(2));
+    std::string report;
+    for (const std::string& argument : arguments)
+        report += argument + '\0';
+    if (task == "sleep") report = std::to_string(::getpid());
+    const bool written = zaFile::write(first, report);
+    if (task == "sleep") std::this_thread::sleep_for(std::chrono::milliseconds(350));
+    return written ? 0 : 1;
 }
 
 }  // namespace

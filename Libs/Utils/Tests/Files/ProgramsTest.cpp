@@ -1,12 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdlib>
-#include <stdexcept>
 #include <thread>
 
-#include "Files/ProgramOutput.h"
 #include "Support/ScratchFolder.h"
 #include "Support/TestEnvironment.h"
 #include "zaUtils/Files/zaFile.h"
@@ -32,28 +29,20 @@ const std::filesystem::path& probePath() {
     return path;
 }
 
-std::string commandLine(const Texts& arguments) {
-    std::string result;
+std::string commandLine(const Texts& arguments, const std::string& program) {
+    std::string result = zaFile::quoteArgument(program);
     for (const std::string& argument : arguments)
-        result += (result.empty() ? "" : " ") + zaFile::quoteArgument(argument);
+        result += " " + zaFile::quoteArgument(argument);
     return result;
 }
 
-std::string probe(Texts arguments) {
-    arguments.insert(arguments.begin(), probePath().u8string());
-    return commandLine(arguments);
+std::string probe(const Texts& arguments) {
+    return commandLine(arguments, probePath().u8string());
 }
 
 /// As a command interpreter takes it, on both hosts.
 std::string probeCommand(const std::string& task) {
     return '"' + probePath().u8string() + "\" " + task;
-}
-
-bool comesIntoBeing(const ScratchFolder& folder, const std::string& name) {
-    const auto end = Clock::now() + std::chrono::seconds(60);
-    while (!folder.has(name) && Clock::now() < end)
-        std::this_thread::sleep_for(milliseconds(5));
-    return folder.has(name);
 }
 
 /// What the callbacks of one program tell.
@@ -85,17 +74,12 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Both, Programs, testing::Values(&zaFile::execute, &zaFile::executeW));
 
 TEST_P(Programs, SucceedWhenTheyExitWithZero) {
-    for (const auto& [arguments, succeeds] :
-         std::vector<std::pair<Texts, bool>>{{{"exit", "0"}, true},
-                                             {{"exit", "3"}, false},
-                                             {{"exit", "1"}, false},
-                                             {{"terminate"}, false}}) {
-        SCOPED_TRACE(arguments[0]);
+    for (const Texts& task : {Texts{"exit", "0"}, Texts{"exit", "3"}, Texts{"terminate"}}) {
         Calls calls;
-        EXPECT_EQ(execute(probe(arguments), true, Calls::count, &calls), succeeds);
+        EXPECT_EQ(execute(probe(task), true, Calls::count, &calls), task.back() == "0");
         EXPECT_TRUE(calls.cameAfterTheirSlices()) << calls.ids.size();
-        EXPECT_EQ(execute(probe(arguments), true, nullptr, nullptr), succeeds);
     }
+    EXPECT_TRUE(execute(probe({"sleep", folder.path("id")}), true, nullptr, nullptr));
 }
 
 TEST_P(Programs, FailAtOnceWhenTheyCannotBeStarted) {
@@ -112,8 +96,8 @@ TEST_P(Programs, FailAtOnceWhenTheyCannotBeStarted) {
 }
 
 TEST_P(Programs, AreReportedWhileTheyRun) {
-    Calls calls;
-    EXPECT_TRUE(execute(probe({"sleep", folder.path("id"), "350"}), true, Calls::count, &calls));
+    Calls calls;  // for about 350 ms
+    EXPECT_TRUE(execute(probe({"sleep", folder.path("id")}), true, Calls::count, &calls));
     EXPECT_TRUE(calls.cameAfterTheirSlices());
     EXPECT_TRUE(calls.onThisThread);
     ASSERT_GE(calls.ids.size(), 1u);
@@ -121,21 +105,15 @@ TEST_P(Programs, AreReportedWhileTheyRun) {
         EXPECT_EQ(std::to_string(id), folder.content("id"));
 }
 
-TEST_P(Programs, RunOnWhenTheCallbackThrows) {
-    const auto fail = [](unsigned int, void*) { throw std::out_of_range("from the callback"); };
-    const std::string command = probe({"answer", folder.path("question"), folder.path("done")});
-    EXPECT_THROW(execute(command, true, fail, nullptr), std::out_of_range);
-    EXPECT_FALSE(folder.has("done"));
-    folder.make("question", "");
-    EXPECT_TRUE(comesIntoBeing(folder, "done"));
-}
-
 TEST_P(Programs, OutliveTheirParent) {
     const std::string command = probe({"answer", folder.path("question"), folder.path("done")});
     ASSERT_TRUE(execute(probe({"start", command}), true, nullptr, nullptr));
     EXPECT_FALSE(folder.has("done"));
     folder.make("question", "");  // by now the parent has ended
-    EXPECT_TRUE(comesIntoBeing(folder, "done"));
+    const auto end = Clock::now() + std::chrono::seconds(60);
+    while (folder.content("done") != "done" && Clock::now() < end)
+        std::this_thread::sleep_for(milliseconds(5));
+    EXPECT_EQ(folder.content("done"), "done");
 }
 
 TEST_P(Programs, GetTheirArgumentsWhole) {
@@ -146,9 +124,7 @@ TEST_P(Programs, GetTheirArgumentsWhole) {
     std::string expected;
     for (const std::string& argument : arguments)
         expected += argument + '\0';
-
-    arguments.insert(arguments.begin(), folder.path(name));
-    EXPECT_TRUE(execute(commandLine(arguments), true, nullptr, nullptr));
+    EXPECT_TRUE(execute(commandLine(arguments, folder.path(name)), true, nullptr, nullptr));
     EXPECT_EQ(folder.content("report"), expected);
 }
 
@@ -164,49 +140,41 @@ TEST(CommandLine, IsSplitAsTheWindowsLibraryDoes) {
         // A program's name knows no escapes.
         {R"("C:\a b\"prog.exe \x)", {R"(C:\a b\prog.exe)", R"(\x)"}},
         {"\t p\t\"\" \"\t", {"p", "", "\t"}},
-        {R"(p "open\)", {"p", "open\\"}},
         {"\"\" x", {"", "x"}},
-        {" \t ", {}},
-        {"", {}}};
+        {" \t ", {}}};
     for (const auto& [line, arguments] : table) {
         EXPECT_EQ(za::os::splitCommandLine(line), arguments) << line;
     }
-    EXPECT_EQ(za::os::splitCommandLine(commandLine(kTrickyArguments)), kTrickyArguments);
 }
 
 TEST(Command, IsEchoedWithALineEnd) {
     CaptureStdout();
-    EXPECT_EQ(zaFile::executeProcess(probeCommand("lines"), true), 0);
-    EXPECT_EQ(GetCapturedStdout(), "one\ntwo\nthree\n\n");
+    EXPECT_EQ(zaFile::executeProcess(probeCommand("print 3"), true), 0);
+    EXPECT_EQ(GetCapturedStdout(), std::string("0\n\0001\n\0\0002\n\n", 10));
     CaptureStdout();
-    EXPECT_EQ(zaFile::executeProcess(probeCommand("lines"), false), 0);
+    EXPECT_EQ(zaFile::executeProcess(probeCommand("print 3"), false), 0);
     EXPECT_EQ(GetCapturedStdout(), "");
-}
-
-TEST(Command, TellsItsExitCode) {
     EXPECT_EQ(zaFile::executeProcess(probeCommand("exit 3"), false), 3);
-    EXPECT_EQ(zaFile::executeProcess(probeCommand("exit 0"), false), 0);
     EXPECT_NE(zaFile::executeProcess("there-is-no-such-program 2>&1", false), 0);
 }
 
 TEST(Command, LosesNoByteOfALongOutput) {
-    const bool all = std::getenv("ZA_TEST_ALL") != nullptr;
-    const std::size_t size = (all ? ZA_LONG_OUTPUT_MIB : ZA_OUTPUT_MIB) * std::size_t{1 << 20};
+    constexpr std::size_t kLinesInMiB = 6700;
+    const std::size_t lines =
+        kLinesInMiB * (std::getenv("ZA_TEST_ALL") ? ZA_LONG_OUTPUT_MIB : ZA_OUTPUT_MIB);
     const ScratchFolder folder;
     const TestVariable probeVariable("ZA_PROBE", probePath().u8string());
-    const std::string relay = probeCommand("relay " + std::to_string(size));
+    const std::string relay = probeCommand("relay " + std::to_string(lines));
     const std::string before = zaFile::getCurrentDir();
     ASSERT_TRUE(zaFile::setCurrentDir(folder.path()));
     EXPECT_EQ(zaFile::executeProcess(relay, false), 0);
     ASSERT_TRUE(zaFile::setCurrentDir(before));
 
     std::ifstream file(folder.native("output"), std::ios::binary);
-    const std::string expected = programOutput();
-    std::string block = expected;
-    for (std::size_t rest = size; rest > 0; rest -= block.size()) {
-        block.resize(std::min(rest, block.size()));
-        ASSERT_TRUE(file.read(block.data(), static_cast<std::streamsize>(block.size())));
-        ASSERT_EQ(expected.compare(0, block.size(), block), 0) << rest << " bytes from the end";
+    std::string line;
+    for (std::size_t i = 0; i < lines; ++i) {
+        ASSERT_TRUE(std::getline(file, line));
+        ASSERT_EQ(line, std::string(i % 300, '\0') + std::to_string(i));
     }
     EXPECT_EQ(file.get(), '\n');
     EXPECT_EQ(file.get(), std::ifstream::traits_type::eof());

@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <stdexcept>
+#include <tuple>
 #include <vector>
 
 #include "zaUtils/Files/zaFile.h"
@@ -25,31 +26,23 @@ int foreignHandles() {
 }
 
 TEST(WindowsPrograms, DeliberatelyLeaveTheirHandlesOpen) {
-    const auto opened = [](auto execute, bool wait) {
+    for (const auto& [execute, wait, left] :
+         {std::tuple(&zaFile::execute, true, 0), std::tuple(&zaFile::execute, false, 2),
+          std::tuple(&zaFile::executeW, true, 2), std::tuple(&zaFile::executeW, false, 2)}) {
         const int before = foreignHandles();
         EXPECT_TRUE(execute("cmd /c exit 0", wait, nullptr, nullptr));
-        return foreignHandles() - before;
-    };
-    EXPECT_EQ(opened(zaFile::execute, true), 0);
-    EXPECT_EQ(opened(zaFile::execute, false), 2);
-    EXPECT_EQ(opened(zaFile::executeW, true), 2);
-    EXPECT_EQ(opened(zaFile::executeW, false), 2);
+        EXPECT_EQ(foreignHandles() - before, left);
+    }
 }
 
 TEST(WindowsPrograms, PipesFailWithoutAFreeStream) {
     std::vector<std::FILE*> streams;
     while (std::FILE* stream = std::fopen("NUL", "rb"))
         streams.push_back(stream);
-    EXPECT_GT(streams.size(), 100u);
-    std::string reason = "none";
-    try {
-        zaFile::executeProcess("exit 0", true);
-    } catch (const std::runtime_error& failure) {
-        reason = failure.what();
-    }
+    EXPECT_THROW(zaFile::executeProcess("exit 0", true), std::runtime_error);
     for (std::FILE* stream : streams)
         std::fclose(stream);
-    EXPECT_EQ(reason, "zaFile::execute_no_output: popen() failed!");
+    EXPECT_EQ(zaFile::executeProcess("exit 0", false), 0);
 }
 
 }  // namespace
