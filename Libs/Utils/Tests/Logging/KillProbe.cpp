@@ -29,6 +29,7 @@ int main() {
     zaLog::setLogFormat(zaLog::Plain);
     zaLog::setLogFile("killed.log");
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i)
         threads.emplace_back(logForEver, i);
     for (std::thread& thread : threads)

@@ -162,7 +162,7 @@ Colour colourOf(int type) {
 /// Where lines are built, under the log's lock: one after the other in the same memory, unless a
 /// huge message took more of it than is worth keeping. Never destroyed, for messages at exit.
 std::string& lineBuffer() {
-    constexpr std::size_t kMostKept = 64 * 1024;
+    constexpr std::size_t kMostKept = 65536;
     static std::string& line = *new std::string;
     if (line.capacity() > kMostKept) std::string().swap(line);
     return line;
