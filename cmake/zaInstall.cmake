@@ -15,6 +15,10 @@ foreach(library zaProduct zaUtils)
   install(EXPORT ${library}Targets NAMESPACE ${library}:: DESTINATION "${zaUtils_package_dir}")
 endforeach()
 
+if(TARGET zaTool)
+  set_target_properties(zaTool PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+endif()
+
 # The operating-system seam stays private.
 install(DIRECTORY
     "${PROJECT_SOURCE_DIR}/Libs/Product/zaProduct" "${PROJECT_SOURCE_DIR}/Libs/Utils/zaUtils"

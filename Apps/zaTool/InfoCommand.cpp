@@ -101,9 +101,9 @@ Json versions() {
     for (const auto& [library, version] : zaUtils::getLibraryVersions())
         object[library] = version;
     object["CLI11"] = CLI11_VERSION;
-    object["JSON for Modern C++"] = std::to_string(NLOHMANN_JSON_VERSION_MAJOR) + '.' +
-                                    std::to_string(NLOHMANN_JSON_VERSION_MINOR) + '.' +
-                                    std::to_string(NLOHMANN_JSON_VERSION_PATCH);
+    object["nlohmann_json"] = std::to_string(NLOHMANN_JSON_VERSION_MAJOR) + '.' +
+                              std::to_string(NLOHMANN_JSON_VERSION_MINOR) + '.' +
+                              std::to_string(NLOHMANN_JSON_VERSION_PATCH);
     return object;
 }
 

@@ -118,7 +118,9 @@ TEST_P(Programs, OutliveTheirParent) {
 
 TEST_P(Programs, GetTheirArgumentsWhole) {
     const std::string name = u8"Prüf Programm 日本" + probePath().extension().u8string();
+    const std::filesystem::path product = std::filesystem::u8path(ZA_PRODUCT_LIBRARY);
     std::filesystem::copy_file(probePath(), folder.native(name));
+    std::filesystem::copy_file(product, folder.native(product.filename().u8string()));
     Texts arguments{"arguments", folder.path("report")};
     arguments.insert(arguments.end(), kTrickyArguments.begin(), kTrickyArguments.end());
     std::string expected;

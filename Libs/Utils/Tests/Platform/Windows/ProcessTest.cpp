@@ -38,7 +38,7 @@ TEST(ProcessInfo, Gives1WhenTheParentHasEnded) {
 
 TEST(OpenBrowser, OpensWhatTheTargetNames) {
     const ScratchFolder folder;
-    for (const char* file : {"ProcessProbe.exe", ZAUTILS_LIBRARY_NAME}) {
+    for (const char* file : {"ProcessProbe.exe", ZAUTILS_LIBRARY_NAME, ZAPRODUCT_LIBRARY_NAME}) {
         std::filesystem::copy_file(std::filesystem::u8path(zaFile::getFilePath(probe())) / file,
                                    folder.native(file));
     }
