@@ -10,11 +10,7 @@
 
 namespace {
 
-#ifdef NDEBUG
-constexpr std::size_t kLarge = 16 << 20;
-#else
-constexpr std::size_t kLarge = 2 << 20;  // takes as long unoptimised
-#endif
+constexpr std::size_t kLarge = std::size_t{ZA_LARGE_MIB} << 20;
 
 std::string repeated(const std::string& text, std::size_t size) {
     std::string result;

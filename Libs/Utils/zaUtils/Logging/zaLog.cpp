@@ -1,6 +1,5 @@
 #include "zaUtils/Logging/zaLog.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cstdarg>
 #include <cstdio>
