@@ -19,12 +19,13 @@ if(TARGET zaTool)
   set_target_properties(zaTool PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 endif()
 
-# The operating-system seam stays private.
+# The operating-system seam stays private, and so does what the rooms keep to themselves.
 install(DIRECTORY
     "${PROJECT_SOURCE_DIR}/Libs/Product/zaProduct" "${PROJECT_SOURCE_DIR}/Libs/Utils/zaUtils"
   DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
   FILES_MATCHING PATTERN "*.h"
-  PATTERN "Os" EXCLUDE)
+  PATTERN "Os" EXCLUDE
+  PATTERN "Internal" EXCLUDE)
 
 configure_package_config_file(
   "${PROJECT_SOURCE_DIR}/cmake/zaUtilsConfig.cmake.in"

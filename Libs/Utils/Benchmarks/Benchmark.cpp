@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <numeric>
 #include <random>
 
 namespace {
-
-constexpr std::size_t kRounds = 4001;
 
 double secondsOf(const Contender& contender) {
     const auto start = std::chrono::steady_clock::now();
@@ -38,12 +37,14 @@ void compare(const Comparison& comparison) {
     std::vector<std::vector<double>> seconds(contenders.size());
     for (const Contender& contender : contenders)
         secondsOf(contender);  // warms caches up
-    for (std::size_t round = 0; round < kRounds; ++round) {
-        // Nobody always comes first.
-        for (std::size_t i = 0; i < contenders.size(); ++i) {
-            const std::size_t turn = (i + round) % contenders.size();
+    std::vector<std::size_t> order(contenders.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::minstd_rand random;
+    for (int round = 0; round < comparison.rounds; ++round) {
+        // Nobody always comes first, or after the same one, which leaves the caches to it.
+        std::shuffle(order.begin(), order.end(), random);
+        for (const std::size_t turn : order)
             seconds[turn].push_back(secondsOf(contenders[turn]));
-        }
     }
 
     std::fprintf(stderr, "%s\n", comparison.title.c_str());

@@ -17,6 +17,7 @@ struct Comparison {
     std::string unit;  ///< what is counted, in the singular
     int unitsPerRun;   ///< how many of them each call of `run` does
     std::vector<Contender> contenders;
+    int rounds = 801;  ///< fewer for runs that take long
 };
 
 /// Lets all contenders run in turn, again and again, and prints for each the median time of a unit,

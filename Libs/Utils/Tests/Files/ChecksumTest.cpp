@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <stdexcept>
 
 #include "Support/FaultyFileBackend.h"
@@ -281,6 +282,23 @@ TEST_F(Checksum, RenewsAndRemovesFootersInPlace) {
     EXPECT_FALSE(zaFile::renewChecksum(folder.path("missing"), 0));
     EXPECT_FALSE(zaFile::removeChecksum("", 0));
     EXPECT_FALSE(folder.has("missing"));
+}
+
+TEST_F(Checksum, TellsHowFarItIsAndStopsWhenToldSo) {
+    const std::string path = folder.make("file", pattern(300000) + footer("00000000"));
+    std::uint64_t done = 0;
+    const auto count = [&](std::uint64_t bytes) { return done += bytes, true; };
+    EXPECT_EQ(zaFile::verifyChecksum(path, 1000, count).state, State::Incorrect);
+    EXPECT_EQ(done, 299000u);
+
+    const auto stop = [](std::uint64_t) { return false; };
+    unsigned int crc = 0;
+    errno = 0;
+    EXPECT_EQ(zaFile::verifyChecksum(path, 0, stop).state, State::Unreadable);
+    EXPECT_EQ(errno, ECANCELED);
+    EXPECT_FALSE(zaFile::computeChecksum(path, 0, crc, stop));
+    EXPECT_FALSE(zaFile::renewChecksum(path, 0, stop));
+    EXPECT_TRUE(folder.content("file") == pattern(300000) + footer("00000000"));
 }
 
 }  // namespace

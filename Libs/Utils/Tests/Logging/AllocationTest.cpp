@@ -1,44 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdio>
-#include <cstdlib>
-#include <new>
-
+#include "Support/AllocationCount.h"
 #include "zaUtils/Logging/zaLog.h"
-
-// Every allocation of this program is counted.
-
-namespace {
-
-std::atomic<int> g_allocations{0};
-
-void* allocate(std::size_t size) {
-    ++g_allocations;
-    if (void* memory = std::malloc(size)) return memory;
-    throw std::bad_alloc();
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    return allocate(size);
-}
-void* operator new[](std::size_t size) {
-    return allocate(size);
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 namespace {
 
@@ -49,10 +12,10 @@ TEST(LogAllocation, AMessageToACallbackAllocatesNothing) {
     zaLog::setInfoCB([](const char*) { ++g_calls; });
     zaLog::info("the first one may fill the C library's own buffers %d", 0);
 
-    const int before = g_allocations;
+    const int before = allocationCount();
     for (int i = 0; i < 1000; ++i)
         zaLog::info("message %d of %s, %.3f", i, "many", i / 7.0);
-    const int after = g_allocations;
+    const int after = allocationCount();
 
     zaLog::setInfoCB(nullptr);
     testing::internal::GetCapturedStdout();
@@ -60,11 +23,11 @@ TEST(LogAllocation, AMessageToACallbackAllocatesNothing) {
     EXPECT_EQ(after - before, 0);
     // The counter works: a text that does not fit on the stack is copied to the heap.
     const std::string large(5000, 'x');
-    const int beforeLarge = g_allocations;
+    const int beforeLarge = allocationCount();
     testing::internal::CaptureStdout();
     zaLog::infoIPython(large.c_str());
     testing::internal::GetCapturedStdout();
-    EXPECT_GT(g_allocations - beforeLarge, 0);
+    EXPECT_GT(allocationCount() - beforeLarge, 0);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <ios>
 #include <string>
 #include <vector>
@@ -209,15 +210,22 @@ public:
         std::string computed;              ///< the payload's checksum, by verifyChecksum only
     };
 
+    /// Hears of a payload that is being read: how many bytes were read since the last call. With
+    /// false the operation stops and fails, and `errno` is ECANCELED.
+    using OnBytes = std::function<bool(std::uint64_t count)>;
+
     /// Looks for the footer without reading the payload or printing anything.
     static ChecksumInfo findChecksum(const std::string& path, unsigned int skip);
     /// Like checkChecksum, but prints nothing and tells every case apart.
-    static ChecksumInfo verifyChecksum(const std::string& path, unsigned int skip);
+    static ChecksumInfo verifyChecksum(const std::string& path, unsigned int skip,
+                                       const OnBytes& onBytes = {});
     /// Like getChecksum, but tells a failure from a checksum of 0.
-    static bool computeChecksum(const std::string& path, unsigned int skip, unsigned int& crc);
+    static bool computeChecksum(const std::string& path, unsigned int skip, unsigned int& crc,
+                                const OnBytes& onBytes = {});
 
     /// Computes the payload's checksum anew and writes it into the footer that the file has.
-    static bool renewChecksum(const std::string& path, unsigned int skip);
+    static bool renewChecksum(const std::string& path, unsigned int skip,
+                              const OnBytes& onBytes = {});
     /// Takes the footer out of the file; a metadata block behind it moves up. The file is changed
     /// in place: a failing disk in the middle of it leaves the block in part.
     static bool removeChecksum(const std::string& path, unsigned int skip);

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <boost/crc.hpp>
+#include <cerrno>
 #include <cstdio>
 #include <limits>
 #include <stdexcept>
@@ -89,7 +90,8 @@ void locate(File& file, unsigned int skip, Info& info, OnMetadata onMetadata) {
 }
 
 /// CRC-32 of the next `length` bytes, or of what there is of them.
-Error computeCrc(File& file, std::uint64_t length, std::size_t chunk, std::uint32_t& crc) {
+Error computeCrc(File& file, std::uint64_t length, std::size_t chunk, std::uint32_t& crc,
+                 const zaFile::OnBytes& onBytes) {
     std::vector<char> buffer(chunk);
     boost::crc_32_type sum;
     Error error;
@@ -100,14 +102,16 @@ Error computeCrc(File& file, std::uint64_t length, std::size_t chunk, std::uint3
         wanted = static_cast<std::size_t>(std::min<std::uint64_t>(length, chunk));
         error = file.read(buffer.data(), wanted, count);
         sum.process_bytes(buffer.data(), count);
+        if (error.ok() && onBytes && !onBytes(count)) return za::os::failWith(ECANCELED);
     } while (error.ok() && count > 0 && count == wanted);
     crc = sum.checksum();
     return error;
 }
 
-Error computePayloadCrc(File& file, unsigned int skip, const Info& info, std::uint32_t& crc) {
+Error computePayloadCrc(File& file, unsigned int skip, const Info& info, std::uint32_t& crc,
+                        const zaFile::OnBytes& onBytes = {}) {
     if (const Error error = file.seek(skip); !error.ok()) return error;
-    return computeCrc(file, info.footerPosition - skip, kVerifyChunk, crc);
+    return computeCrc(file, info.footerPosition - skip, kVerifyChunk, crc, onBytes);
 }
 
 /// Reads on over the next `length` bytes; false when there are fewer.
@@ -155,13 +159,14 @@ unsigned int zaFile::getChecksum(const std::string& path, int skip) {
     return computeChecksum(path, head, crc) ? crc : 0;
 }
 
-bool zaFile::computeChecksum(const std::string& path, unsigned int skip, unsigned int& crc) {
+bool zaFile::computeChecksum(const std::string& path, unsigned int skip, unsigned int& crc,
+                             const OnBytes& onBytes) {
     File file;
     if (path.empty() || !file.open(path, OpenMode::Read).ok() || !skipBytes(file, skip)) {
         return false;
     }
     std::uint32_t sum = 0;
-    if (!computeCrc(file, kToTheEnd, kComputeChunk, sum).ok()) return false;
+    if (!computeCrc(file, kToTheEnd, kComputeChunk, sum, onBytes).ok()) return false;
     crc = sum;
     return true;
 }
@@ -201,14 +206,15 @@ zaFile::ChecksumInfo zaFile::findChecksum(const std::string& path, unsigned int 
     return locateQuietly(file, skip);
 }
 
-zaFile::ChecksumInfo zaFile::verifyChecksum(const std::string& path, unsigned int skip) {
+zaFile::ChecksumInfo zaFile::verifyChecksum(const std::string& path, unsigned int skip,
+                                            const OnBytes& onBytes) {
     File file;
     if (path.empty() || !file.open(path, OpenMode::Read).ok()) return {};
     Info info = locateQuietly(file, skip);
     if (info.state != State::Found) return info;
 
     std::uint32_t sum = 0;
-    if (!computePayloadCrc(file, skip, info, sum).ok()) {
+    if (!computePayloadCrc(file, skip, info, sum, onBytes).ok()) {
         info.state = State::Unreadable;
         return info;
     }
@@ -217,12 +223,13 @@ zaFile::ChecksumInfo zaFile::verifyChecksum(const std::string& path, unsigned in
     return info;
 }
 
-bool zaFile::renewChecksum(const std::string& path, unsigned int skip) {
+bool zaFile::renewChecksum(const std::string& path, unsigned int skip, const OnBytes& onBytes) {
     File file;
     if (path.empty() || !file.open(path, OpenMode::Update).ok()) return false;
     const Info info = locateQuietly(file, skip);
     std::uint32_t sum = 0;
-    if (info.state != State::Found || !computePayloadCrc(file, skip, info, sum).ok()) return false;
+    if (info.state != State::Found) return false;
+    if (!computePayloadCrc(file, skip, info, sum, onBytes).ok()) return false;
     return file.seek(info.footerPosition + kMarkSize).ok() &&
            file.write(digits(sum).data(), kMarkSize).ok() && file.close().ok();
 }

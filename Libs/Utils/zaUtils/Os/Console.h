@@ -20,6 +20,9 @@ enum class Colour {
 
 bool isTerminal(Stream stream);
 
+/// The number of columns of the console that the stream is; 0 when it is none or does not tell.
+int consoleWidth(Stream stream);
+
 /// Writes UTF-8 text directly to the console in a colour, with one write, and restores what was
 /// before. Where setting the colour fails nothing is written; failures are silent.
 /// @return false, with nothing done, when the stream is no console, or when the console shows text
@@ -28,6 +31,9 @@ bool writeToConsole(Stream stream, Colour colour, std::string_view text);
 
 /// Writes text to the C library's stream for the output or the error, buffered as that stream is.
 void writeToStream(Stream stream, std::string_view text);
+
+/// Switches the conversion of line ends off, where the C library has one.
+void setBinary(Stream stream);
 
 /// Reads one line of standard input without its line end, in UTF-8 if it is a console; false at the
 /// end of the input.

@@ -18,6 +18,10 @@ public:
     /// Whether the stream is a terminal, rather than a file, a pipe or closed.
     static bool isTerminal(Stream stream);
 
+    /// Lets bytes pass the C library's stream as they are from now on, for data that is no text.
+    /// (On Windows line ends are converted otherwise.) To be called before the stream is used.
+    static void setBinary(Stream stream);
+
     /// Reads one line of standard input, without its line end, as UTF-8 from a terminal and as the
     /// bytes that come from elsewhere. False at the end of the input.
     static bool readLine(std::string& line);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,7 +11,8 @@ class zaMessage;
 
 /// Services of the process and of the application that this library is part of.
 ///
-/// All texts and paths are UTF-8. Nothing here logs or throws: failures are values.
+/// All texts and paths are UTF-8. Nothing here logs or throws, unless it says otherwise: failures
+/// are values.
 ///
 /// Thread safety: everything may be called from any thread, unless it says otherwise. The
 /// environment belongs to the process: do not change it while another thread reads it.
@@ -110,6 +112,30 @@ public:
     /// Sounds 523 Hz for half a second and returns then; elsewhere than on Windows it rings the
     /// terminal's bell, if standard error is a terminal.
     static void beep();
+    /// @}
+
+    /// @name Packed shader text
+    /// Shaders are shipped as two 32-bit lengths, unpacked and packed, lowest byte first, and one
+    /// zstd frame of the packed length. Calls take turns, from all threads.
+    /// @throws std::system_error  the lock cannot be taken
+    /// @throws std::bad_alloc     there is no memory for the text
+    /// @{
+
+    /// Unpacks a shader. In spite of its name there is no cipher.
+    ///
+    /// For shaders that come with the program: both lengths are trusted, and a wrong packed length
+    /// reads beyond the end. The result deliberately has the length that the header says, filled up
+    /// with zeros when the frame holds less. A bad frame is reported on standard error and gives an
+    /// empty text. The flag is deliberately ignored.
+    static std::string decryptShader(const unsigned char* const data, bool flag);
+    static std::string decryptShaderLF(const unsigned char* const data);
+
+    /// Unpacks a shader from anywhere: `size` bytes at `data`, which are nothing but the two
+    /// lengths and one whole frame of just these lengths. No text longer than `maxLength` is made
+    /// or asked memory for. Prints nothing.
+    /// @return false, and an empty text, when anything is not so
+    static bool unpackShader(const unsigned char* data, std::size_t size, std::size_t maxLength,
+                             std::string& text);
     /// @}
 
     static Hook _fp;  ///< the installed hook, may be null

@@ -1,5 +1,6 @@
 #include "zaUtils/Os/Console.h"
 
+#include <sys/ioctl.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -70,6 +71,11 @@ bool isTerminal(Stream stream) {
     return ::isatty(descriptor(stream)) == 1;
 }
 
+int consoleWidth(Stream stream) {
+    winsize size{};
+    return ::ioctl(descriptor(stream), TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
 bool writeToConsole(Stream stream, Colour colour, std::string_view text) {
     // Text as it is needs no terminal, and to ask for one is a call into the system.
     if (colour == Colour::Unchanged) return false;
@@ -95,6 +101,8 @@ bool writeToConsole(Stream stream, Colour colour, std::string_view text) {
 void writeToStream(Stream stream, std::string_view text) {
     std::fwrite(text.data(), 1, text.size(), stream == Stream::Error ? stderr : stdout);
 }
+
+void setBinary(Stream) {}
 
 bool readLine(std::string& line) {
     return static_cast<bool>(std::getline(std::cin, line));

@@ -2,6 +2,7 @@
 
 #include "zaUtils/Os/Windows/WindowsApi.h"
 
+#include <fcntl.h>
 #include <io.h>
 #include <winioctl.h>
 
@@ -89,6 +90,13 @@ bool isTerminal(Stream stream) {
     return isValid(handle) && GetConsoleMode(handle, &mode);
 }
 
+int consoleWidth(Stream stream) {
+    CONSOLE_SCREEN_BUFFER_INFO info;
+    const HANDLE handle = handleOf(stream);
+    if (!isValid(handle) || !GetConsoleScreenBufferInfo(handle, &info)) return 0;
+    return info.srWindow.Right - info.srWindow.Left + 1;
+}
+
 bool writeToConsole(Stream stream, Colour colour, std::string_view text) {
     const HANDLE handle = handleOf(stream);
     CONSOLE_SCREEN_BUFFER_INFO before;
@@ -113,6 +121,11 @@ void writeToStream(Stream stream, std::string_view text) {
     const bool isDevice = descriptor >= 0 && _isatty(descriptor);
     if (isDevice && isNullDevice(reinterpret_cast<HANDLE>(_get_osfhandle(descriptor)))) return;
     std::fwrite(text.data(), 1, text.size(), file);
+}
+
+void setBinary(Stream stream) {
+    std::FILE* file = stream == Stream::Input ? stdin : stream == Stream::Output ? stdout : stderr;
+    if (_fileno(file) >= 0) _setmode(_fileno(file), _O_BINARY);
 }
 
 bool readLine(std::string& line) {
