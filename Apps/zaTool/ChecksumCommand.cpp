@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "ByteProgress.h"
 #include "ChecksumJob.h"
 #include "ChecksumReport.h"
 #include "ExitCode.h"
@@ -25,23 +26,36 @@ struct Options {
     std::string output;
 };
 
-using Job = std::function<ChecksumResult(const std::string& file, const Options& options)>;
+using Job = std::function<ChecksumResult(const std::string& file, const Options& options,
+                                         const zaFile::OnBytes& onBytes)>;
 
 void logReportError(const Options& options, const char* text) {
     zaLog::errorIPython((options.output + ": " + text).c_str());
 }
 
+ChecksumResult workOnFile(const FileTarget& target, const Job& job, const Options& options,
+                          ByteProgress& progress) {
+    if (!target.problem.empty()) {
+        return {target.path, ChecksumResult::Kind::Failed, target.problem, {}};
+    }
+    return job(target.path, options, [&](std::uint64_t count) { return progress.add(count); });
+}
+
 void workOnFiles(const Job& job, const Options& options, ChecksumReport& report) {
-    for (const FileTarget& target : findFiles(options.files, options.recursive)) {
-        ChecksumResult result;
-        if (target.problem.empty()) {
-            result = job(target.path, options);
-        } else {
-            result = {target.path, ChecksumResult::Kind::Failed, target.problem, {}};
-        }
+    const std::vector<FileTarget> targets = findFiles(options.files, options.recursive);
+    ByteProgress progress("Checksums", sizeOf(targets));
+    std::uint64_t end = 0;
+    for (const FileTarget& target : targets) {
+        end += sizeOf(target);
+        ChecksumResult result = workOnFile(target, job, options, progress);
+        progress.reach(end);
+        progress.clear();
         if (!options.json) logResult(result);
         report.exitCode = ExitCode::worse(report.exitCode, exitCodeOf(result.kind));
         report.results.push_back(std::move(result));
+        if (!progress.isCancelled()) continue;
+        report.exitCode = ExitCode::kInterrupted;
+        return;
     }
 }
 
@@ -95,24 +109,33 @@ void addChecksumCommand(CLI::App& app, int& exitCode) {
     checksum.require_subcommand(1);
     checksum.footer(
         "\nExit code: 0 all correct or done, 1 a checksum is wrong, 2 a file carries none,\n"
-        "3 a file cannot be read or written, 64 the command line is wrong.");
+        "3 a file cannot be read or written, 64 the command line is wrong, 130 interrupted.");
     const auto options = std::make_shared<Options>();
 
     CLI::App& add = addCommand(
         checksum, "add", "Adds a checksum to files that carry none", options,
-        [](const std::string& file, const Options& o) { return addToFile(file, o.skip, o.force); },
+        [](const std::string& file, const Options& o, const zaFile::OnBytes& onBytes) {
+            return addToFile(file, o.skip, o.force, onBytes);
+        },
         exitCode);
     add.add_flag("--force", options->force, "Renew the checksum of a file that carries one");
 
     addCommand(
         checksum, "verify", "Compares the checksum with the file's content", options,
-        [](const std::string& file, const Options& o) { return verifyFile(file, o.skip); },
+        [](const std::string& file, const Options& o, const zaFile::OnBytes& onBytes) {
+            return verifyFile(file, o.skip, onBytes);
+        },
         exitCode);
     addCommand(
         checksum, "show", "Tells what the footer says, without reading the content", options,
-        [](const std::string& file, const Options& o) { return showFile(file, o.skip); }, exitCode);
+        [](const std::string& file, const Options& o, const zaFile::OnBytes&) {
+            return showFile(file, o.skip);
+        },
+        exitCode);
     addCommand(
         checksum, "strip", "Takes the checksum out of the file again", options,
-        [](const std::string& file, const Options& o) { return stripFile(file, o.skip); },
+        [](const std::string& file, const Options& o, const zaFile::OnBytes&) {
+            return stripFile(file, o.skip);
+        },
         exitCode);
 }

@@ -6,18 +6,13 @@
 
 #include "ExitCode.h"
 #include "FileWalk.h"
+#include "LastReason.h"
 
 using Info = zaFile::ChecksumInfo;
 using Kind = ChecksumResult::Kind;
 using State = zaFile::ChecksumState;
 
 namespace {
-
-/// Why the library's last call failed. Ask right after it.
-std::string lastReason() {
-    const int code = errno;
-    return code == 0 ? "unknown reason" : std::generic_category().message(code);
-}
 
 ChecksumResult failed(const std::string& file, const std::string& text) {
     return {file, Kind::Failed, text, {}};
@@ -37,8 +32,8 @@ std::string describe(const Info& info, unsigned int skip) {
     return text;
 }
 
-ChecksumResult renew(const std::string& file, unsigned int skip) {
-    if (!zaFile::renewChecksum(file, skip)) {
+ChecksumResult renew(const std::string& file, unsigned int skip, const zaFile::OnBytes& onBytes) {
+    if (!zaFile::renewChecksum(file, skip, onBytes)) {
         return failed(file, "checksum not renewed: " + lastReason());
     }
     const Info info = zaFile::findChecksum(file, skip);
@@ -53,13 +48,14 @@ std::string undoAppend(const std::string& file, std::uint64_t size) {
     return error ? "; the file could not be restored: " + error.message() : std::string();
 }
 
-ChecksumResult append(const std::string& file, unsigned int skip, std::uint64_t size) {
+ChecksumResult append(const std::string& file, unsigned int skip, std::uint64_t size,
+                      const zaFile::OnBytes& onBytes) {
     if (size < skip) {
         return failed(file, "checksum not added: the file has " + std::to_string(size) +
                                 " bytes, fewer than the " + std::to_string(skip) + " to skip");
     }
     unsigned int crc = 0;
-    if (!zaFile::computeChecksum(file, skip, crc)) {
+    if (!zaFile::computeChecksum(file, skip, crc, onBytes)) {
         return failed(file, "cannot be read: " + lastReason());
     }
     if (!zaFile::appendChecksum(file, crc)) {
@@ -72,9 +68,10 @@ ChecksumResult append(const std::string& file, unsigned int skip, std::uint64_t 
 
 }  // namespace
 
-ChecksumResult verifyFile(const std::string& file, unsigned int skip) {
+ChecksumResult verifyFile(const std::string& file, unsigned int skip,
+                          const zaFile::OnBytes& onBytes) {
     errno = 0;
-    const Info info = zaFile::verifyChecksum(file, skip);
+    const Info info = zaFile::verifyChecksum(file, skip, onBytes);
     switch (info.state) {
         case State::Unreadable:
             return failed(file, "cannot be read: " + lastReason());
@@ -101,7 +98,8 @@ ChecksumResult showFile(const std::string& file, unsigned int skip) {
     }
 }
 
-ChecksumResult addToFile(const std::string& file, unsigned int skip, bool mayRenew) {
+ChecksumResult addToFile(const std::string& file, unsigned int skip, bool mayRenew,
+                         const zaFile::OnBytes& onBytes) {
     errno = 0;
     const Info info = zaFile::findChecksum(file, skip);
     if (info.state == State::Unreadable) return failed(file, "cannot be read: " + lastReason());
@@ -112,7 +110,7 @@ ChecksumResult addToFile(const std::string& file, unsigned int skip, bool mayRen
     if (!zaFile::checkWrite(file, false, false)) {
         return failed(file, "cannot be written: " + lastReason());
     }
-    return hasFooter ? renew(file, skip) : append(file, skip, info.fileSize);
+    return hasFooter ? renew(file, skip, onBytes) : append(file, skip, info.fileSize, onBytes);
 }
 
 ChecksumResult stripFile(const std::string& file, unsigned int skip) {

@@ -16,13 +16,16 @@ struct ChecksumResult {
 
 /// @name Work on one file
 /// The first `skip` bytes of the file are not covered by its checksum. Nothing is printed, and a
-/// file that cannot be worked on is a result, too.
+/// file that cannot be worked on is a result, too. What takes long stops, as for a file that cannot
+/// be read, when `onBytes` says so.
 /// @{
-ChecksumResult verifyFile(const std::string& file, unsigned int skip);
+ChecksumResult verifyFile(const std::string& file, unsigned int skip,
+                          const zaFile::OnBytes& onBytes);
 ChecksumResult showFile(const std::string& file, unsigned int skip);
 /// Leaves a file that carries a checksum alone unless `renew`. A file that the footer does not fit
 /// onto any more stays as it was.
-ChecksumResult addToFile(const std::string& file, unsigned int skip, bool renew);
+ChecksumResult addToFile(const std::string& file, unsigned int skip, bool renew,
+                         const zaFile::OnBytes& onBytes);
 ChecksumResult stripFile(const std::string& file, unsigned int skip);
 /// @}
 

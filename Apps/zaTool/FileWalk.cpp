@@ -77,3 +77,14 @@ std::vector<FileTarget> findFiles(const std::vector<std::string>& names, bool re
         addNamed(name, recursive, files);
     return files;
 }
+
+std::uint64_t sizeOf(const FileTarget& target) {
+    return target.problem.empty() ? zaFile::getFileSize(target.path) : 0;
+}
+
+std::uint64_t sizeOf(const std::vector<FileTarget>& targets) {
+    std::uint64_t size = 0;
+    for (const FileTarget& target : targets)
+        size += sizeOf(target);
+    return size;
+}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -20,3 +21,7 @@ std::filesystem::path toStandardPath(const std::string& path);
 /// itself is followed. (For Windows, the standard library of mingw-w64 does not tell links from
 /// what they lead to.) A name that does not exist is kept: opening it tells the reason.
 std::vector<FileTarget> findFiles(const std::vector<std::string>& names, bool recursive);
+
+/// Bytes of a file, 0 if it cannot be worked on, and of all files.
+std::uint64_t sizeOf(const FileTarget& target);
+std::uint64_t sizeOf(const std::vector<FileTarget>& targets);

@@ -115,7 +115,7 @@ void addLogCommand(CLI::App& app, int& exitCode) {
     command.footer(
         "\nExit code: 0 done, 3 a file cannot be read (the others are shown), 64 the command line "
         "is\n"
-        "wrong.");
+        "wrong, 130 interrupted.");
     const auto options = std::make_shared<Options>();
     command.add_option("FILE", options->request.files, "Log files")->required()->type_name("");
     addFilterOptions(command, *options);

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "FileWalk.h"
+#include "LastReason.h"
 
 namespace fs = std::filesystem;
 
@@ -24,12 +25,6 @@ std::string setAsideSuffix(LogTime firstTime) {
     if (firstTime == kUnknownTime) return kUnknownSuffix;
     std::string digits = std::to_string(firstTime);
     return digits.insert(digits.size() - kTimeOfDaySize, 1, '-');
-}
-
-std::string lastReason() {
-    const int code = errno;
-    return "cannot be read: " +
-           (code == 0 ? "unknown reason" : std::generic_category().message(code));
 }
 
 }  // namespace
@@ -63,7 +58,7 @@ bool LogFile::open(const fs::path& path) {
     _stream.close();
     _stream.open(path, std::ios::binary);
     if (!_stream.is_open()) {
-        _problem = lastReason();
+        _problem = "cannot be read: " + lastReason();
         return false;
     }
     return true;
@@ -134,7 +129,7 @@ bool LogFile::readChunk() {
     char* const bytes = _lines.room(kChunkSize);
     _stream.read(bytes, static_cast<std::streamsize>(kChunkSize));
     const auto size = static_cast<std::size_t>(_stream.gcount());
-    if (_stream.bad()) _problem = lastReason();
+    if (_stream.bad()) _problem = "cannot be read: " + lastReason();
     if (size < kChunkSize) _stream.close();  // at once: there may be very many files
     if (size == 0) return false;
     _lines.added(size);

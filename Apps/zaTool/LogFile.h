@@ -33,6 +33,8 @@ public:
     /// Why the file cannot be read; empty when it can.
     const std::string& problem() const { return _problem; }
     bool wasRead() const { return _wasRead; }
+    /// How many bytes of the file were read.
+    std::uint64_t position() const { return _position; }
 
 private:
     /// What tells that a file has changed, without opening it.
@@ -61,8 +63,8 @@ private:
 
     Sight _seen;
     std::ifstream _stream;
-    std::uint64_t _position = 0;  ///< how far the file was read
-    std::string _head;            ///< the first bytes of the file
+    std::uint64_t _position = 0;
+    std::string _head;  ///< the first bytes of the file
     LogTime _firstTime = kUnknownTime;
     bool _endIsFinal;       ///< nothing comes behind the end of what is being read
     bool _isQuiet = false;  ///< nothing came since the last look

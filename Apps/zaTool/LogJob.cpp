@@ -5,13 +5,17 @@
 #include <csignal>
 #include <deque>
 #include <functional>
+#include <optional>
 #include <queue>
 #include <thread>
 #include <utility>
 
+#include "ByteProgress.h"
 #include "ExitCode.h"
 #include "LogFile.h"
 #include "LogReport.h"
+#include "zaUtils/Files/zaFile.h"
+#include "zaUtils/Platform/zaConsole.h"
 
 namespace {
 
@@ -34,8 +38,12 @@ struct FoundEntry {
 class LogMerge {
 public:
     explicit LogMerge(const LogRequest& request) : _filter(request.filter) {
-        for (const std::string& name : request.files)
-            _files.push_back({LogFile(name, request.follow), {}, {}});
+        std::uint64_t size = 0;
+        for (const std::string& name : request.files) {
+            _files.push_back({LogFile(name, request.follow), {}, {}, 0});
+            size += zaFile::getFileSize(name);
+        }
+        if (showsProgress(request)) _progress.emplace("Reading", size);
     }
 
     /// Looks for entries in all files, once all that were found are taken.
@@ -57,7 +65,12 @@ public:
         return true;
     }
 
+    /// Whether the user asked to stop while progress was shown.
+    bool isCancelled() const { return _isCancelled; }
+    void endProgress() { _progress.reset(); }
+
     int exitCode() const {
+        if (_isCancelled) return ExitCode::kInterrupted;
         for (const Source& source : _files) {
             if (!source.file.wasRead() || !source.file.problem().empty()) return ExitCode::kFailed;
         }
@@ -69,45 +82,68 @@ private:
         LogFile file;
         LogEntry head;  ///< its next wanted entry, when the queue holds the file
         std::string reportedProblem;
+        std::uint64_t counted;  ///< bytes, as progress
     };
     using TimeAndFile = std::pair<LogTime, std::size_t>;
 
     void advance(std::size_t index) {
         Source& source = _files[index];
         while (source.file.next(source.head)) {
+            if (!goesOn(source)) return;
             if (!_filter.matches(source.head)) continue;
             _heads.emplace(source.head.time, index);
             return;
         }
     }
 
-    static void reportProblem(Source& source, LogReport& report) {
+    /// The terminal that entries are shown on has no room for a bar.
+    static bool showsProgress(const LogRequest& request) {
+        const bool entriesCome =
+            zaConsole::isTerminal(zaConsole::Stream::Output) && !request.lastEntries;
+        return !request.follow && !entriesCome;
+    }
+
+    bool goesOn(Source& source) {
+        const std::uint64_t position = source.file.position();
+        if (!_progress || position == source.counted) return true;
+        _isCancelled = !_progress->add(position - source.counted);
+        source.counted = position;
+        return !_isCancelled;
+    }
+
+    void reportProblem(Source& source, LogReport& report) {
         const std::string& problem = source.file.problem();
         if (problem == source.reportedProblem) return;
+        if (_progress) _progress->clear();
         if (!problem.empty()) report.addFailure(source.file.name(), problem);
         source.reportedProblem = problem;
     }
 
     const LogFilter& _filter;
     std::vector<Source> _files;
+    std::optional<ByteProgress> _progress;
+    bool _isCancelled = false;
     std::priority_queue<TimeAndFile, std::vector<TimeAndFile>, std::greater<>> _heads;
 };
 
 void reportAll(LogMerge& merge, LogReport& report) {
     FoundEntry found;
-    while (!s_interrupted && report.canGoOn() && merge.next(found, report))
+    while (!s_interrupted && !merge.isCancelled() && report.canGoOn() && merge.next(found, report))
         report.addEntry(found.file, found.entry);
+    merge.endProgress();
 }
 
 void reportLast(std::size_t count, LogMerge& merge, LogReport& report) {
     std::deque<FoundEntry> last;
     FoundEntry found;
-    while (!s_interrupted && merge.next(found, report)) {
+    while (!s_interrupted && !merge.isCancelled() && merge.next(found, report)) {
         last.push_back(std::move(found));
         if (last.size() <= count) continue;
         found = std::move(last.front());
         last.pop_front();
     }
+    merge.endProgress();
+    if (merge.isCancelled()) return;
     for (const FoundEntry& one : last)
         report.addEntry(one.file, one.entry);
 }

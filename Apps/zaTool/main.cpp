@@ -7,10 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "Base64Command.h"
 #include "ChecksumCommand.h"
 #include "ExitCode.h"
+#include "HashCommand.h"
 #include "InfoCommand.h"
 #include "LogCommand.h"
+#include "ShaderCommand.h"
 #include "TerminalQuestions.h"
 #include "zaUtils/Files/zaFile.h"
 #include "zaUtils/Logging/zaLog.h"
@@ -55,8 +58,11 @@ int runCommand(std::vector<std::string> arguments) {
     app.require_subcommand(1);
     int exitCode = ExitCode::kSuccess;
     addChecksumCommand(app, exitCode);
-    addInfoCommand(app);
+    addHashCommand(app, exitCode);
+    addBase64Command(app, exitCode);
+    addShaderCommand(app, exitCode);
     addLogCommand(app, exitCode);
+    addInfoCommand(app);
 
     protectBrackets(arguments);
     std::reverse(arguments.begin(), arguments.end());  // as the parser takes them

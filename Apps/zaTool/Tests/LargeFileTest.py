@@ -2,6 +2,7 @@
 
 import ctypes
 import os
+import re
 import subprocess
 import time
 import unittest
@@ -63,6 +64,7 @@ class LargeFile(ToolTestCase):
             _, status, usage = os.wait4(process, 0)
             seconds = time.monotonic() - started
             text = out.read().decode().replace("\r\n", "\n")
+        text = re.sub(r"(?m)^(Checksums|Reading): +\d+% ?.*\n", "", text)  # the progress
         peak = usage.ru_maxrss * 1024
         print(f"\n{' '.join(arguments)}: {peak / MIB:.1f} MiB, {seconds:.2f} s", flush=True)
         return os.waitstatus_to_exitcode(status), text, peak

@@ -113,13 +113,17 @@ class Terminal:
     def wait_for(self, text, count=1):
         while self.text().count(text) < count:
             if not self._read():
-                raise AssertionError(f"{text!r} does not appear in {self.text()!r}")
+                raise AssertionError(f"{text!r} does not appear in {self.text()[-1000:]!r}")
 
     def type(self, keys):
         os.write(self.keyboard, keys)
 
     def press_end_of_input(self):
         self.type(b"\x1a\r" if ON_WINDOWS else b"\x04")
+
+    def press_interrupt(self):
+        """What Ctrl-C comes to; the keys reach a program only through a terminal of its own."""
+        self.process.send_signal(signal.SIGINT)
 
     def exit_code(self):
         while self._read():
@@ -129,7 +133,7 @@ class Terminal:
     def _read(self):
         left = self.deadline - time.monotonic()
         if left <= 0 or not select.select([self.keyboard], [], [], left)[0]:
-            raise AssertionError(f"nothing more after {self.text()!r}")
+            raise AssertionError(f"nothing more after {self.text()[-1000:]!r}")
         try:
             data = os.read(self.keyboard, 4096)
         except OSError:  # the other side is closed
@@ -166,10 +170,10 @@ class Background:
         while text not in self.text():
             left = self.deadline - time.monotonic()
             if left <= 0 or not select.select([self.process.stdout], [], [], left)[0]:
-                raise AssertionError(f"{text!r} does not appear in {self.text()!r}")
+                raise AssertionError(f"{text!r} does not appear in {self.text()[-1000:]!r}")
             data = os.read(self.process.stdout.fileno(), 65536)
             if not data:
-                raise AssertionError(f"ended without {text!r}: {self.text()!r}")
+                raise AssertionError(f"ended without {text!r}: {self.text()[-1000:]!r}")
             self.shown += data
 
     def interrupt(self):
