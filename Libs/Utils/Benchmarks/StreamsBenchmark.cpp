@@ -1,6 +1,9 @@
 // Memory streams beside the standard library's string streams, and the file stream with a buffer
 // beside the standard one in several configurations, on a file that the system has in memory.
+//
+// usage: StreamsBenchmark [NAME...]    writing, reading, files
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -121,8 +124,11 @@ void benchmarkFiles() {
 
 }  // namespace
 
-int main() {
-    benchmarkWriting();
-    benchmarkReading();
-    benchmarkFiles();
+int main(int argc, char** argv) {
+    const std::vector<std::string> wanted(argv + 1, argv + argc);
+    const std::pair<const char*, void (*)()> sections[] = {
+        {"writing", benchmarkWriting}, {"reading", benchmarkReading}, {"files", benchmarkFiles}};
+    for (const auto& [name, run] : sections) {
+        if (wanted.empty() || std::find(wanted.begin(), wanted.end(), name) != wanted.end()) run();
+    }
 }

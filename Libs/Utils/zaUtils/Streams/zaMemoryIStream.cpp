@@ -59,14 +59,19 @@ zaMemoryIStreamBuf::int_type zaMemoryIStreamBuf::underflow() {
 
 std::streamsize zaMemoryIStreamBuf::xsgetn(char* target, std::streamsize count) {
     const char* source = gptr();
+    if (count < 1 || count > 16 || count > egptr() - source) return readLong(target, count);
+    copyUpTo16(target, source, static_cast<std::size_t>(count));
+    gbump(static_cast<int>(count));
+    return count;
+}
+
+/// A function of its own, so that short reads need not save any registers.
+std::streamsize zaMemoryIStreamBuf::readLong(char* target, std::streamsize count) {
+    const char* source = gptr();
     // Pieces that cross a window are put together as the standard library does it.
     if (count <= 0 || count > egptr() - source) return std::streambuf::xsgetn(target, count);
-    if (count <= 16) {
-        copyUpTo16(target, source, static_cast<std::size_t>(count));
-    } else {
-        std::memcpy(target, source, static_cast<std::size_t>(count));
-    }
-    setg(eback(), gptr() + count, egptr());
+    std::memcpy(target, source, static_cast<std::size_t>(count));
+    gbump(static_cast<int>(count));  // a window fits
     return count;
 }
 

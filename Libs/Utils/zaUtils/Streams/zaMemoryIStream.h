@@ -40,6 +40,7 @@ protected:
 
 private:
     void setPosition(std::size_t pos);
+    std::streamsize readLong(char* target, std::streamsize count);
 
     const std::vector<char>& _data;
     const char* _begin;
