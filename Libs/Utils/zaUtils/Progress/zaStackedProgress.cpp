@@ -85,7 +85,7 @@ void zaStackedProgress::setState(const std::string& text) {
         if (combined.empty()) {
             combined = level->_state;
         } else if (!level->_state.empty()) {
-            combined = level->_state + '\n' + combined;
+            combined.insert(0, 1, '\n').insert(0, level->_state);
         }
         if (level->_handler) level->_handler->setProgressState(combined);
     }

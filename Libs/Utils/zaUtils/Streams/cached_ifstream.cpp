@@ -17,11 +17,11 @@ cached_ifstream::~cached_ifstream() {
 }
 
 cached_ifstream::cached_ifstream(cached_ifstream&& other) noexcept
-    : std::ifstream(std::move(other)), _buffer(std::move(other._buffer)) {}
+    : std::ifstream(static_cast<std::ifstream&&>(other)), _buffer(std::move(other._buffer)) {}
 
 // The base comes first: it closes the file that was open here, whose buffer is still there.
 cached_ifstream& cached_ifstream::operator=(cached_ifstream&& other) noexcept {
-    std::ifstream::operator=(std::move(other));
+    std::ifstream::operator=(static_cast<std::ifstream&&>(other));
     _buffer = std::move(other._buffer);
     return *this;
 }

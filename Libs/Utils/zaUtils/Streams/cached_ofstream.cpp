@@ -17,11 +17,11 @@ cached_ofstream::~cached_ofstream() {
 }
 
 cached_ofstream::cached_ofstream(cached_ofstream&& other) noexcept
-    : std::ofstream(std::move(other)), _buffer(std::move(other._buffer)) {}
+    : std::ofstream(static_cast<std::ofstream&&>(other)), _buffer(std::move(other._buffer)) {}
 
 // The base comes first: it closes the file that was open here, with what is pending in the buffer.
 cached_ofstream& cached_ofstream::operator=(cached_ofstream&& other) noexcept {
-    std::ofstream::operator=(std::move(other));
+    std::ofstream::operator=(static_cast<std::ofstream&&>(other));
     _buffer = std::move(other._buffer);
     return *this;
 }

@@ -106,6 +106,6 @@ zaMemoryIStream::zaMemoryIStream(const std::vector<char>& data)
 }
 
 zaMemoryIStream::zaMemoryIStream(zaMemoryIStream&& other) noexcept
-    : std::istream(std::move(other)), _buffer(other._buffer) {
+    : std::istream(static_cast<std::istream&&>(other)), _buffer(other._buffer) {
     set_rdbuf(&_buffer);
 }

@@ -112,12 +112,12 @@ zaMemoryOStream::zaMemoryOStream() : std::ostream(nullptr) {
 }
 
 zaMemoryOStream::zaMemoryOStream(zaMemoryOStream&& other) noexcept
-    : std::ostream(std::move(other)), _buffer(std::move(other._buffer)) {
+    : std::ostream(static_cast<std::ostream&&>(other)), _buffer(std::move(other._buffer)) {
     set_rdbuf(&_buffer);
 }
 
 zaMemoryOStream& zaMemoryOStream::operator=(zaMemoryOStream&& other) noexcept {
-    std::ostream::operator=(std::move(other));
+    std::ostream::operator=(static_cast<std::ostream&&>(other));
     _buffer = std::move(other._buffer);
     return *this;
 }
