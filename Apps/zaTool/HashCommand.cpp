@@ -69,6 +69,7 @@ FileHashes hashFile(const FileTarget& target, const std::vector<Algorithm>& algo
                     ByteProgress& progress) {
     if (!target.problem.empty()) return {target.path, target.problem, {}};
     std::vector<zaHashStream> streams;
+    streams.reserve(algorithms.size());
     for (const Algorithm& algorithm : algorithms)
         streams.emplace_back(algorithm.kind);
 
@@ -90,8 +91,12 @@ FileHashes hashFile(const FileTarget& target, const std::vector<Algorithm>& algo
 void print(const FileHashes& result) {
     const std::string file = withoutControlCharacters(result.file);
     if (!result.problem.empty()) zaLog::errorIPython((file + ": " + result.problem).c_str());
-    for (const auto& [name, value] : result.hashes)
-        zaLog::infoIPython((name + " (" + file + ") = " + value).c_str());
+    const std::string middle = " (" + file + ") = ";
+    for (const auto& [name, value] : result.hashes) {
+        std::string line = name;
+        line.append(middle).append(value);
+        zaLog::infoIPython(line.c_str());
+    }
 }
 
 Json toJson(const FileHashes& result) {

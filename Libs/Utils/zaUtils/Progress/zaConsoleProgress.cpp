@@ -98,7 +98,8 @@ std::string compose(const Line& line, int columns) {
     const std::string percent = padded(std::to_string(percentOf(line.fraction)) + '%', 4);
     const std::string time = line.time.empty() ? "" : "  " + line.time;
     const std::string rate = line.rate.empty() ? "" : "  " + line.rate;
-    for (const std::string& end : {percent + rate + time, percent + time, percent}) {
+    const std::string ends[] = {percent + rate + time, percent + time, percent};
+    for (const std::string& end : ends) {
         if (const auto text = layOut(line, end, columns)) return *text;
     }
     const std::string label = za::os::fitColumns(line.label, columns - 5);
