@@ -9,23 +9,29 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <optional>
 
+#include "zaUtils/Imaging/ImagePixelHandler.h"
 #include "zaUtils/Imaging/Internal/ScalingProgress.h"
+#include "zaUtils/Imaging/Internal/SeparableScaler.h"
 #include "zaUtils/Logging/zaLog.h"
 
 namespace {
 
 using za::imaging::ScalingProgress;
+using za::imaging::SeparableScaler;
+using za::imaging::Size;
 using Contribution = ImageScaler::Contribution;
 using Table = std::vector<Contribution>;
 using Range = tbb::blocked_range3d<int>;
 
-struct Size {
-    int width, height, depth;
+bool hasNegative(const Size& size) {
+    return size.width < 0 || size.height < 0 || size.depth < 0;
+}
 
-    bool hasNegative() const { return width < 0 || height < 0 || depth < 0; }
-    bool isEmpty() const { return width == 0 || height == 0 || depth == 0; }
-};
+bool isEmpty(const Size& size) {
+    return size.width == 0 || size.height == 0 || size.depth == 0;
+}
 
 constexpr double kMaxTableBytes = 1024.0 * 1024.0 * 1024.0;
 constexpr double kAllocationOverhead = 16.0;
@@ -57,8 +63,7 @@ bool isAddressable(const Size& size, int channels) {
 }
 
 bool checkSizes(const Size& src, const Size& dst, int channels) {
-    if (src.hasNegative() || dst.hasNegative() || channels < 0 ||
-        (src.isEmpty() && !dst.isEmpty())) {
+    if (hasNegative(src) || hasNegative(dst) || channels < 0 || (isEmpty(src) && !isEmpty(dst))) {
         zaLog::error("ImageScaler: invalid size: %i x %i x %i to %i x %i x %i, %i channels",
                      src.width, src.height, src.depth, dst.width, dst.height, dst.depth, channels);
         return false;
@@ -76,7 +81,7 @@ bool checkFilter(const Size& src, const Size& dst, double width) {
         zaLog::error("ImageScaler: invalid filter width %g", width);
         return false;
     }
-    if (dst.isEmpty()) return true;
+    if (isEmpty(dst)) return true;
     const double bytes = tableBytes(dst.width, src.width, width) +
                          tableBytes(dst.height, src.height, width) +
                          tableBytes(dst.depth, src.depth, width);
@@ -191,20 +196,27 @@ bool ImageScaler::scale(const std::vector<const unsigned char*>& sources,
     if (!checkSizes(src, dst, channels) || !checkFilter(src, dst, filter.getWidth())) return false;
 
     std::vector<Contribution> tables[3];
-    if (!dst.isEmpty()) {
+    if (!isEmpty(dst)) {
         calcContributions(0, dstWidth, srcWidth, filter, tables);
         calcContributions(1, dstHeight, srcHeight, filter, tables);
         calcContributions(2, dstDepth, srcDepth, filter, tables);
     }
+    std::optional<SeparableScaler> fast;
+    if (const auto* pixels = dynamic_cast<const ImagePixelHandler*>(&handler);
+        pixels && !isEmpty(dst) && channels > 0)
+        fast.emplace(*pixels, channels, src, dst, tables);
     ScalingProgress progress(static_cast<double>(sources.size()) * dstHeight * dstDepth);
     for (std::size_t i = 0; i < sources.size(); ++i) {
         if (!sources[i] || !destinations[i]) {
             zaLog::warning("ImageScaler: skipping nullptr img with index %i", static_cast<int>(i));
             continue;
         }
-        if (dst.isEmpty()) continue;
-        scaleBySamples({sources[i], destinations[i], src, dst, channels, handler, tables, progress},
-                       dst);
+        if (isEmpty(dst)) continue;
+        if (fast)
+            fast->scale(sources[i], destinations[i], progress);
+        else
+            scaleBySamples(
+                {sources[i], destinations[i], src, dst, channels, handler, tables, progress}, dst);
         if (progress.stopped()) return false;
     }
     return true;

@@ -1,0 +1,164 @@
+#include <algorithm>
+#include <cmath>
+
+#include "zaUtils/Imaging/Internal/FixedPoint.h"
+
+namespace za::imaging {
+
+namespace {
+
+using Table = std::vector<ImageScaler::Contribution>;
+
+constexpr int kMinBits = 8, kMaxBits = 22;  // of a weight, behind the point
+constexpr int kMaxKept = 7;                 // of a result between the passes
+constexpr double kMaxInt16 = 32767.0, kMaxInt32 = 2147483647.0;
+// Less than 1, because what the exact way itself rounds off comes on top.
+constexpr double kMaxError = 0.75;
+
+/// What is largest among the positions of an axis.
+struct Extremes {
+    explicit Extremes(const Table& table) {
+        for (const ImageScaler::Contribution& contribution : table) {
+            double plus = 0.0, minus = 0.0;
+            for (const double weight : contribution.weights) {
+                (weight < 0.0 ? minus : plus) += std::fabs(weight);
+                largest = std::max(largest, std::fabs(weight));
+            }
+            // A sum that is no number stays one.
+            isFinite = isFinite && std::isfinite(plus + minus);
+            positive = std::max(positive, plus);
+            negative = std::max(negative, minus);
+            sum = std::max(sum, plus + minus);
+            taps = std::max(taps, static_cast<double>(contribution.weights.size()));
+        }
+    }
+
+    bool isFinite = true;
+    double positive = 0.0, negative = 0.0, sum = 0.0, largest = 0.0, taps = 0.0;
+};
+
+/// The values before or after a pass, in units of a sample.
+struct Values {
+    double low = 0.0, high = 255.0;
+    double error = 0.0;
+    int bits = 0;  ///< behind the point
+
+    double size() const { return std::max(-low, high) + error; }
+};
+
+/// The most bits of weights that are safe for such values; less than kMinBits when too few are.
+int weightBits(const Extremes& extremes, const Values& values) {
+    const double size = std::ldexp(values.size(), values.bits) + 1.0;
+    int bits = kMaxBits;
+    for (; bits >= kMinBits; --bits) {
+        // A weight may be rounded by up to 1.
+        const double sum = std::ldexp(extremes.sum, bits) + extremes.taps;
+        if (std::ldexp(extremes.largest, bits) + 1.0 <= kMaxInt16 &&
+            size * sum + std::ldexp(1.0, bits + values.bits) < kMaxInt32)
+            break;
+    }
+    return bits;
+}
+
+/// The values after a pass, where each position's weights are `weightError` off altogether, and
+/// where `kept` bits are kept.
+Values after(const Extremes& extremes, const Values& before, double weightError, int kept) {
+    Values values;
+    values.high = extremes.positive * before.high - extremes.negative * before.low;
+    values.low = extremes.positive * before.low - extremes.negative * before.high;
+    values.error = extremes.sum * before.error + before.size() * weightError;
+    values.bits = kept;
+    return values;
+}
+
+double roundingError(int kept) {
+    return std::ldexp(0.5, -kept);
+}
+
+bool fits(const Values& values) {
+    return std::ldexp(values.size(), values.bits) + 1.0 <= kMaxInt16;
+}
+
+struct Choice {
+    int weightBits[3] = {};
+    int kept[3] = {};
+    double error = kMaxError;
+    bool isMade = false;
+};
+
+/// Tries how many bits to keep between the passes from `pass` on, and keeps the best choice.
+void choose(const Extremes* extremes, int pass, int passes, const Values& before, Choice& current,
+            Choice& best) {
+    const int bits = weightBits(extremes[pass], before);
+    if (bits < kMinBits) return;
+    current.weightBits[pass] = bits;
+    // Half a unit for each weight is a little more than what rounding comes to.
+    const double weightError = extremes[pass].taps * std::ldexp(0.5, -bits);
+    const bool isLast = pass == passes - 1;
+    for (int kept = 0; kept <= (isLast ? 0 : kMaxKept); ++kept) {
+        current.kept[pass] = kept;
+        Values values = after(extremes[pass], before, weightError, kept);
+        if (isLast) {
+            if (values.error >= best.error) return;
+            best = current;
+            best.error = values.error;
+            best.isMade = true;
+            return;
+        }
+        values.error += roundingError(kept);
+        if (fits(values)) choose(extremes, pass + 1, passes, values, current, best);
+    }
+}
+
+/// Rounds an axis's weights so that their sums stay what they are.
+/// @return the largest sum of their errors
+double roundWeights(const Table& table, int bits, bool startsEven, FixedAxis& axis) {
+    double largest = 0.0;
+    for (const ImageScaler::Contribution& contribution : table) {
+        const std::size_t first = axis.weights.size();
+        const int left = startsEven ? contribution.left & ~1 : contribution.left;
+        if (left < contribution.left) axis.weights.push_back(0);
+        double carry = 0.0, error = 0.0;
+        for (const double weight : contribution.weights) {
+            const double exact = std::ldexp(weight, bits);
+            const double rounded = std::floor(exact + carry + 0.5);
+            carry += exact - rounded;
+            error += std::fabs(exact - rounded);
+            axis.weights.push_back(static_cast<std::int16_t>(rounded));
+        }
+        if ((axis.weights.size() - first) % 2 != 0) axis.weights.push_back(0);
+        axis.taps.push_back({left, static_cast<int>(axis.weights.size() - first), first});
+        largest = std::max(largest, error);
+    }
+    return std::ldexp(largest, -bits);
+}
+
+}  // namespace
+
+std::optional<FixedPlan> planFixedPoint(const Table* tables, int passes) {
+    std::vector<Extremes> extremes;
+    for (int pass = 0; pass < passes; ++pass) {
+        extremes.emplace_back(tables[pass]);
+        if (!extremes.back().isFinite) return std::nullopt;
+    }
+    Choice current, best;
+    choose(extremes.data(), 0, passes, Values(), current, best);
+    if (!best.isMade) return std::nullopt;
+
+    FixedPlan plan;
+    Values values;
+    for (int pass = 0; pass < passes; ++pass) {
+        FixedAxis& axis = plan.axes[pass];
+        const double weightError =
+            roundWeights(tables[pass], best.weightBits[pass], pass == 0, axis);
+        axis.shift = best.weightBits[pass] + values.bits - best.kept[pass];
+        values =
+            after(extremes[static_cast<std::size_t>(pass)], values, weightError, best.kept[pass]);
+        if (pass == passes - 1) break;
+        values.error += roundingError(best.kept[pass]);
+        if (!fits(values)) return std::nullopt;
+    }
+    return values.error < kMaxError ? std::optional(std::move(plan)) : std::nullopt;
+}
+
+}  // namespace za::imaging

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "zaUtils/Imaging/ImageScaler.h"
+#include "zaUtils/Imaging/Internal/ScalingKernels.h"
+
+namespace za::imaging {
+
+/// The contributions along an axis as numbers of 16 bits.
+struct FixedAxis {
+    std::vector<Taps> taps;  ///< an even number for each position; along x from an even one on
+    std::vector<std::int16_t> weights;
+    int shift = 0;  ///< of the sums, to the right
+};
+
+/// How samples of 8 bits are scaled by integers.
+struct FixedPlan {
+    FixedAxis axes[3];
+};
+
+/// Finds out with how many bits each pass gets by, so that nothing overflows and the result is
+/// certain to lie less than one unit from the exact one before both are rounded.
+///
+/// @param passes  the number of axes, from x on, that are passed; the last pass gives bytes
+/// @return nothing when there is no such way: for weights that are too large, or too many
+std::optional<FixedPlan> planFixedPoint(const std::vector<ImageScaler::Contribution>* tables,
+                                        int passes);
+
+}  // namespace za::imaging

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+/// The inner loops of scaling by separate passes, in a portable way and by SIMD. All ways give the
+/// same results to the last bit: those for bytes count with integers, and those for all other
+/// samples add up in the same order, without fused operations.
+namespace za::imaging {
+
+/// Where an output position's taps are, and its weights among all those of an axis.
+struct Taps {
+    int left;
+    int count;
+    std::size_t weights;
+};
+
+/// What lies behind each row that a kernel reads or writes, to be read or overwritten freely.
+constexpr std::size_t kRowSlack = 64;
+
+/// A piece of work along rows, on several rows at a time. `Value` is what is added up, `Sum` what
+/// sums are kept in.
+template <typename Source, typename Value>
+struct Horizontal {
+    const Source* const* rows;  ///< as many as a kernel does at a time
+    int channels;
+    int origin;  ///< the pixel that the rows start with
+    int width;   ///< the number of pixels from 0 to the rows' end
+    int begin;   ///< the first pixel that the taps need
+    int end;     ///< behind the last one
+    const Taps* taps;
+    int outputs;
+    const Value* weights;
+    int shift;              ///< of the sums, to the right
+    Value* const* results;  ///< with slack
+    void* scratch;
+};
+
+/// For samples of 8 bits, with weights of a fixed point. An even number of taps starts at an even
+/// position; weights beyond the image's end are 0. Neither a sum nor a result overflows.
+struct ByteKernels {
+    using Work = Horizontal<unsigned char, std::int16_t>;
+
+    std::size_t rows;  ///< at a time
+    /// The scratch memory that is needed for so many pixels from `begin` to `end`; it starts at a
+    /// multiple of 64.
+    std::size_t (*scratchSize)(int pixels, int channels);
+    void (*horizontal)(const Work& work);
+    /// Adds up rows of so many values, an even number of rows, and shifts the sums.
+    /// @{
+    void (*vertical)(const std::int16_t* const* rows, const std::int16_t* weights, int count,
+                     int shift, std::size_t values, std::int16_t* results);
+    void (*verticalToBytes)(const std::int16_t* const* rows, const std::int16_t* weights, int count,
+                            int shift, std::size_t values, unsigned char* results);
+    /// @}
+};
+
+/// For all others, decoded. There are no taps but those that contribute.
+struct WideKernels {
+    using Work = Horizontal<double, double>;
+
+    std::size_t rows;
+    std::size_t (*scratchSize)(int pixels, int channels);
+    void (*horizontal)(const Work& work);
+    void (*vertical)(const double* const* rows, const double* weights, int count,
+                     std::size_t values, double* results);
+};
+
+struct ScalingKernels {
+    ByteKernels bytes;
+    WideKernels wide;
+};
+
+const ScalingKernels& portableScalingKernels();
+/// Null where the processor lacks the instructions.
+const ScalingKernels* avx2ScalingKernels();
+/// The fastest that this processor has.
+const ScalingKernels& fastestScalingKernels();
+
+}  // namespace za::imaging
