@@ -9,6 +9,7 @@
 namespace {
 
 double secondsOf(const Contender& contender) {
+    if (contender.seconds) return contender.seconds();
     const auto start = std::chrono::steady_clock::now();
     contender.run();
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
