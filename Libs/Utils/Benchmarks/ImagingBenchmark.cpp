@@ -73,12 +73,12 @@ struct Job {
                ImagePixelHandler::getSampleSize(pixels.getSample());
     }
 
-    void run(ImageScaler::ValueHandler& handler, const ImageGenericFilter& filter, int threads = 1) {
+    void run(ImageScaler::ValueHandler& handler, const ImageGenericFilter& filter,
+             int threads = 1) {
         tbb::task_arena arena(threads);
         arena.execute([&] {
-            ImageScaler::scale({source.data()}, {destination.data()}, size, size,
-                               isCube ? size : 1, newSize, newSize, isCube ? newSize : 1, channels,
-                               handler, filter);
+            ImageScaler::scale({source.data()}, {destination.data()}, size, size, isCube ? size : 1,
+                               newSize, newSize, isCube ? newSize : 1, channels, handler, filter);
         });
     }
     void run(const ImageGenericFilter& filter, int threads = 1) { run(pixels, filter, threads); }

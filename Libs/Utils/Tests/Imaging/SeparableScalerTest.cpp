@@ -145,7 +145,8 @@ void check(std::mt19937& random, const Case& c) {
     ScalingProgress progress(1);
     const SeparableScaler::Limits limits[] = {{1, 1 << 20, 1}, {7, 1 << 20, 1}, {8, 100, 4}};
     for (const ScalingKernels* kernels :
-         {&za::imaging::portableScalingKernels(), za::imaging::avx2ScalingKernels()}) {
+         {&za::imaging::portableScalingKernels(), za::imaging::avx2ScalingKernels(),
+          za::imaging::avx512ScalingKernels()}) {
         if (!kernels) continue;
         for (const auto& limit : limits) {
             Bytes again = empty;

@@ -11,7 +11,7 @@ using Table = std::vector<ImageScaler::Contribution>;
 
 constexpr int kMinBits = 8, kMaxBits = 22;  // of a weight, behind the point
 constexpr int kMaxKept = 7;                 // of a result between the passes
-constexpr double kMaxInt16 = 32767.0, kMaxInt32 = 2147483647.0;
+constexpr double kMaxWeight = kMaxFixedWeight, kMaxInt16 = 32767.0, kMaxInt32 = 2147483647.0;
 // Less than 1, because what the exact way itself rounds off comes on top.
 constexpr double kMaxError = 0.75;
 
@@ -53,7 +53,7 @@ int weightBits(const Extremes& extremes, const Values& values) {
     for (; bits >= kMinBits; --bits) {
         // A weight may be rounded by up to 1.
         const double sum = std::ldexp(extremes.sum, bits) + extremes.taps;
-        if (std::ldexp(extremes.largest, bits) + 1.0 <= kMaxInt16 &&
+        if (std::ldexp(extremes.largest, bits) + 1.0 <= kMaxWeight &&
             size * sum + std::ldexp(1.0, bits + values.bits) < kMaxInt32)
             break;
     }
@@ -110,32 +110,38 @@ void choose(const Extremes* extremes, int pass, int passes, const Values& before
     }
 }
 
-/// Rounds an axis's weights so that their sums stay what they are.
-/// @return the largest sum of their errors
-double roundWeights(const Table& table, int bits, bool startsEven, FixedAxis& axis) {
+/// Rounds an axis's weights so that their sums stay what they are. Zeros complete the groups of
+/// taps, which start at multiples of `start`.
+/// @return the largest sum of the weights' errors
+double roundWeights(const Table& table, int bits, int start, int group, FixedAxis& axis) {
+    const double scale = std::ldexp(1.0, bits);
     double largest = 0.0;
     for (const ImageScaler::Contribution& contribution : table) {
         const std::size_t first = axis.weights.size();
-        const int left = startsEven ? contribution.left & ~1 : contribution.left;
-        if (left < contribution.left) axis.weights.push_back(0);
+        const int ahead = contribution.left % start;
+        axis.weights.resize(first + static_cast<std::size_t>(ahead));
         double carry = 0.0, error = 0.0;
         for (const double weight : contribution.weights) {
-            const double exact = std::ldexp(weight, bits);
-            const double rounded = std::floor(exact + carry + 0.5);
-            carry += exact - rounded;
-            error += std::fabs(exact - rounded);
+            const double exact = weight * scale;
+            const long rounded = std::lrint(exact + carry);
+            const double off = exact - static_cast<double>(rounded);
+            carry += off;
+            error += std::fabs(off);
             axis.weights.push_back(static_cast<std::int16_t>(rounded));
         }
-        if ((axis.weights.size() - first) % 2 != 0) axis.weights.push_back(0);
-        axis.taps.push_back({left, static_cast<int>(axis.weights.size() - first), first});
+        while ((axis.weights.size() - first) % static_cast<std::size_t>(group) != 0)
+            axis.weights.push_back(0);
+        axis.taps.push_back(
+            {contribution.left - ahead, static_cast<int>(axis.weights.size() - first), first});
         largest = std::max(largest, error);
     }
-    return std::ldexp(largest, -bits);
+    return largest / scale;
 }
 
 }  // namespace
 
-std::optional<FixedPlan> planFixedPoint(const Table* tables, int passes) {
+std::optional<FixedPlan> planFixedPoint(const Table* tables, int passes,
+                                        const ByteKernels& kernels) {
     std::vector<Extremes> extremes;
     for (int pass = 0; pass < passes; ++pass) {
         extremes.emplace_back(tables[pass]);
@@ -150,7 +156,8 @@ std::optional<FixedPlan> planFixedPoint(const Table* tables, int passes) {
     for (int pass = 0; pass < passes; ++pass) {
         FixedAxis& axis = plan.axes[pass];
         const double weightError =
-            roundWeights(tables[pass], best.weightBits[pass], pass == 0, axis);
+            roundWeights(tables[pass], best.weightBits[pass], pass == 0 ? kernels.taps : 1,
+                         pass == 0 ? kernels.taps : 2, axis);
         axis.shift = best.weightBits[pass] + values.bits - best.kept[pass];
         values =
             after(extremes[static_cast<std::size_t>(pass)], values, weightError, best.kept[pass]);
@@ -158,6 +165,8 @@ std::optional<FixedPlan> planFixedPoint(const Table* tables, int passes) {
         values.error += roundingError(best.kept[pass]);
         if (!fits(values)) return std::nullopt;
     }
+    std::vector<std::int16_t>& weights = plan.axes[0].weights;
+    if (kernels.arrange) kernels.arrange(weights.data(), weights.size());
     return values.error < kMaxError ? std::optional(std::move(plan)) : std::nullopt;
 }
 

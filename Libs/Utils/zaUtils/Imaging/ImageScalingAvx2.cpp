@@ -13,6 +13,8 @@
 
 #define ZA_AVX2 __attribute__((target("avx2")))
 #define ZA_INLINE inline __attribute__((always_inline))
+// The vectors of a short loop stay in registers only when it is unrolled.
+#define ZA_UNROLL _Pragma("GCC unroll 8")
 
 namespace za::imaging {
 
@@ -29,6 +31,7 @@ std::int32_t halfOf(int shift) {
 // --- bytes ---
 
 constexpr int kByteRows = 8;
+constexpr int kByteTaps = 2;
 constexpr std::size_t kUnit = 2 * kByteRows;    // values: two taps of each row
 constexpr std::size_t kUnitSlack = 16 * kUnit;  // what one step of the transposition may exceed
 
@@ -78,6 +81,7 @@ constexpr int kHalfStep = kChannels == 3 ? 12 : 16;
 template <int kChannels>
 ZA_AVX2 ZA_INLINE void transposeStep(const Row* rows, std::ptrdiff_t at, std::int16_t* units) {
     __m256i r[kByteRows];
+    ZA_UNROLL
     for (int i = 0; i < kByteRows; ++i) {
         const auto* low = reinterpret_cast<const __m128i*>(rows[i] + at);
         const auto* high = reinterpret_cast<const __m128i*>(rows[i] + at + kHalfStep<kChannels>);
@@ -85,16 +89,19 @@ ZA_AVX2 ZA_INLINE void transposeStep(const Row* rows, std::ptrdiff_t at, std::in
             _mm256_castsi128_si256(_mm_loadu_si128(low)), _mm_loadu_si128(high), 1));
     }
     __m256i pairs[8], quads[8];
+    ZA_UNROLL
     for (int i = 0; i < 4; ++i) {
         pairs[i] = _mm256_unpacklo_epi16(r[2 * i], r[2 * i + 1]);
         pairs[i + 4] = _mm256_unpackhi_epi16(r[2 * i], r[2 * i + 1]);
     }
+    ZA_UNROLL
     for (int i = 0; i < 4; ++i) {
         quads[2 * i] = _mm256_unpacklo_epi32(pairs[2 * i], pairs[2 * i + 1]);
         quads[2 * i + 1] = _mm256_unpackhi_epi32(pairs[2 * i], pairs[2 * i + 1]);
     }
     // The quads of rows 0 to 3 with units 0 1, 2 3; the same of rows 4 to 7; then units 4 to 7.
     constexpr int kUnits = kHalfStep<kChannels> / 2;
+    ZA_UNROLL
     for (int i = 0; i < kUnits / 2; ++i) {
         const __m256i upper = quads[i < 2 ? i : i + 2], lower = quads[i < 2 ? i + 2 : i + 4];
         storeUnits<kUnits>(units + 2 * i * static_cast<int>(kUnit),
@@ -118,6 +125,7 @@ ZA_AVX2 void transpose(const ByteKernels::Work& work, std::int16_t* units) {
         // The last bytes are copied, because there is nothing to be read behind them.
         unsigned char copies[kByteRows][kRead] = {};
         Row rows[kByteRows];
+        ZA_UNROLL
         for (int i = 0; i < kByteRows; ++i) {
             if (rowEnd > at)
                 std::memcpy(copies[i], work.rows[i] + at, static_cast<std::size_t>(rowEnd - at));
@@ -133,6 +141,7 @@ void transposeAny(const ByteKernels::Work& work, std::int16_t* units) {
     for (int x = work.begin; x < work.end; x += 2) {
         for (int channel = 0; channel < channels; ++channel) {
             const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(x) * channels + channel;
+            ZA_UNROLL
             for (int i = 0; i < kByteRows; ++i) {
                 *units++ = x < work.width ? work.rows[i][at] : std::int16_t{0};
                 *units++ = x + 1 < work.width ? work.rows[i][at + channels] : std::int16_t{0};
@@ -146,16 +155,19 @@ template <int kCount>
 ZA_AVX2 ZA_INLINE void sumUp(const std::int16_t* units, std::size_t step,
                              const std::int16_t* weights, int count, __m256i half, __m256i* sums) {
     __m256i sum[kCount];
+    ZA_UNROLL
     for (__m256i& s : sum)
         s = half;
     for (int tap = 0; tap < count; tap += 2, units += step) {
         std::int32_t pair;
         std::memcpy(&pair, weights + tap, sizeof pair);
         const __m256i weight = _mm256_set1_epi32(pair);
+        ZA_UNROLL
         for (int i = 0; i < kCount; ++i)
             sum[i] = _mm256_add_epi32(
                 sum[i], _mm256_madd_epi16(load(units + i * static_cast<int>(kUnit)), weight));
     }
+    ZA_UNROLL
     for (int i = 0; i < kCount; ++i)
         _mm256_store_si256(sums + i, sum[i]);
 }
@@ -164,16 +176,19 @@ ZA_AVX2 ZA_INLINE void sumUp(const std::int16_t* units, std::size_t step,
 ZA_AVX2 ZA_INLINE void storeRows(const __m256i* sums, __m128i shift, std::int16_t* const* rows,
                                  std::ptrdiff_t at) {
     __m256i two[4];
+    ZA_UNROLL
     for (int i = 0; i < 4; ++i)
         two[i] = _mm256_packs_epi32(_mm256_sra_epi32(_mm256_load_si256(sums + 2 * i), shift),
                                     _mm256_sra_epi32(_mm256_load_si256(sums + 2 * i + 1), shift));
     __m256i four[4];
+    ZA_UNROLL
     for (int i = 0; i < 2; ++i) {
         const __m256i even = _mm256_unpacklo_epi16(two[2 * i], two[2 * i + 1]);
         const __m256i odd = _mm256_unpackhi_epi16(two[2 * i], two[2 * i + 1]);
         four[i] = _mm256_unpacklo_epi16(even, odd);
         four[i + 2] = _mm256_unpackhi_epi16(even, odd);
     }
+    ZA_UNROLL
     for (int i = 0; i < 4; ++i) {
         const __m256i row = i % 2 == 0 ? _mm256_unpacklo_epi64(four[i & 2], four[(i & 2) + 1])
                                        : _mm256_unpackhi_epi64(four[i & 2], four[(i & 2) + 1]);
@@ -183,26 +198,31 @@ ZA_AVX2 ZA_INLINE void storeRows(const __m256i* sums, __m128i shift, std::int16_
     }
 }
 
-/// `kChannels` is how many are summed up at a time.
-template <int kChannels>
+/// `kChannels` is how many are summed up at a time: all of them, or one of any number.
+template <int kChannels, bool kAny = false>
 ZA_AVX2 void sumRows(const ByteKernels::Work& work, const std::int16_t* units, __m256i* stage) {
-    const int channels = work.channels;
+    // What the compiler need not look for in memory again after each result.
+    const int channels = kAny ? work.channels : kChannels, outputs = work.outputs;
+    const int begin = work.begin;
     const std::size_t step = static_cast<std::size_t>(channels) * kUnit;
+    const std::int16_t* const weights = work.weights;
+    const Taps* taps = work.taps;
+    std::int16_t* const* const results = work.results;
     const __m256i half = _mm256_set1_epi32(halfOf(work.shift));
     const __m128i shift = _mm_cvtsi32_si128(work.shift);
-    for (int first = 0; first < work.outputs; first += kGroup) {
-        const int count = std::min(kGroup, work.outputs - first);
+    for (int first = 0; first < outputs; first += kGroup) {
+        const int count = std::min(kGroup, outputs - first);
         __m256i* sums = stage;
-        for (const Taps* taps = work.taps + first; taps != work.taps + first + count; ++taps) {
+        for (const Taps* const end = taps + count; taps != end; ++taps) {
             const std::int16_t* from =
-                units + static_cast<std::size_t>(taps->left - work.begin) / 2 * step;
-            for (int channel = 0; channel < channels; channel += kChannels, sums += kChannels)
-                sumUp<kChannels>(from + static_cast<std::size_t>(channel) * kUnit, step,
-                                 work.weights + taps->weights, taps->count, half, sums);
+                units + static_cast<std::size_t>(taps->left - begin) / kByteTaps * step;
+            for (int channel = 0; channel < channels;
+                 channel += kChannels, sums += kChannels, from += kChannels * kUnit)
+                sumUp<kChannels>(from, step, weights + taps->weights, taps->count, half, sums);
         }
         const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(first) * channels;
         for (int value = 0; value < count * channels; value += 8)
-            storeRows(stage + value, shift, work.results, at + value);
+            storeRows(stage + value, shift, results, at + value);
     }
 }
 
@@ -224,7 +244,7 @@ ZA_AVX2 void horizontalBytes(const ByteKernels::Work& work) {
             return sumRows<4>(work, units, stage);
         default:
             transposeAny(work, units);
-            return sumRows<1>(work, units, stage);
+            return sumRows<1, true>(work, units, stage);
     }
 }
 
@@ -241,6 +261,7 @@ ZA_AVX2 ZA_INLINE Sums sumColumns(const std::int16_t* const* rows, const std::in
         std::memcpy(&pair, weights + row, sizeof pair);
         const __m256i weight = _mm256_set1_epi32(pair);
         const std::int16_t *upper = rows[row] + at, *lower = rows[row + 1] + at;
+        ZA_UNROLL
         for (int i = 0; i < 2; ++i) {
             const __m256i a = load(upper + 16 * i), b = load(lower + 16 * i);
             sum[2 * i] = _mm256_add_epi32(sum[2 * i],
@@ -249,6 +270,7 @@ ZA_AVX2 ZA_INLINE Sums sumColumns(const std::int16_t* const* rows, const std::in
                 sum[2 * i + 1], _mm256_madd_epi16(_mm256_unpackhi_epi16(a, b), weight));
         }
     }
+    ZA_UNROLL
     for (__m256i& s : sum)
         s = _mm256_sra_epi32(s, shift);
     return {_mm256_packs_epi32(sum[0], sum[1]), _mm256_packs_epi32(sum[2], sum[3])};
@@ -312,9 +334,11 @@ ZA_AVX2 void transposeWide(const WideKernels::Work& work, __m256d* columns) {
     for (std::ptrdiff_t at = (work.begin - work.origin) * channels; at < end;
          at += 4, columns += 4) {
         __m256d block[4];
+        ZA_UNROLL
         for (int i = 0; i < 4; ++i)
             block[i] = _mm256_loadu_pd(work.rows[i] + at);
         transposeFour(block);
+        ZA_UNROLL
         for (int i = 0; i < 4; ++i)
             columns[i] = block[i];
     }
@@ -324,13 +348,16 @@ template <int kCount>
 ZA_AVX2 ZA_INLINE void sumUpWide(const __m256d* columns, std::size_t step, const double* weights,
                                  int count, __m256d* sums) {
     __m256d sum[kCount];
+    ZA_UNROLL
     for (__m256d& s : sum)
         s = _mm256_setzero_pd();
     for (int tap = 0; tap < count; ++tap, columns += step) {
         const __m256d weight = _mm256_broadcast_sd(weights + tap);
+        ZA_UNROLL
         for (int i = 0; i < kCount; ++i)
             sum[i] = _mm256_add_pd(sum[i], _mm256_mul_pd(columns[i], weight));
     }
+    ZA_UNROLL
     for (int i = 0; i < kCount; ++i)
         sums[i] = sum[i];
 }
@@ -353,6 +380,7 @@ ZA_AVX2 void sumRowsWide(const WideKernels::Work& work, const __m256d* columns, 
         for (int value = 0; value < count * channels; value += 4) {
             __m256d block[4] = {stage[value], stage[value + 1], stage[value + 2], stage[value + 3]};
             transposeFour(block);
+            ZA_UNROLL
             for (int i = 0; i < 4; ++i)
                 _mm256_storeu_pd(work.results[i] + at + value, block[i]);
         }
@@ -379,22 +407,25 @@ ZA_AVX2 void verticalWide(const double* const* rows, const double* weights, int 
                           std::size_t values, double* results) {
     for (std::size_t at = 0; at < values; at += 16) {
         __m256d sum[4];
+        ZA_UNROLL
         for (__m256d& s : sum)
             s = _mm256_setzero_pd();
         for (int row = 0; row < count; ++row) {
             const __m256d weight = _mm256_broadcast_sd(weights + row);
+            ZA_UNROLL
             for (int i = 0; i < 4; ++i)
                 sum[i] = _mm256_add_pd(
                     sum[i], _mm256_mul_pd(_mm256_loadu_pd(rows[row] + at + 4 * i), weight));
         }
+        ZA_UNROLL
         for (int i = 0; i < 4; ++i)
             _mm256_storeu_pd(results + at + 4 * i, sum[i]);
     }
 }
 
-constexpr ScalingKernels kAvx2 = {
-    {kByteRows, byteScratchSize, horizontalBytes, verticalBytes, verticalToBytes},
-    {kWideRows, wideScratchSize, horizontalWide, verticalWide}};
+constexpr ScalingKernels kAvx2 = {{kByteRows, kByteTaps, sizeof(std::int16_t), byteScratchSize,
+                                   nullptr, horizontalBytes, verticalBytes, verticalToBytes},
+                                  {kWideRows, wideScratchSize, horizontalWide, verticalWide}};
 
 }  // namespace
 

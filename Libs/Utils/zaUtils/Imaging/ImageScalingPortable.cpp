@@ -20,18 +20,16 @@ std::int32_t halfOf(int shift) {
 }
 
 void horizontalBytes(const ByteKernels::Work& work) {
-    const int width = work.width, channels = work.channels;
+    const int channels = work.channels;
     for (int x = 0; x < work.outputs; ++x) {
         const Taps& taps = work.taps[x];
         const std::int16_t* weights = work.weights + taps.weights;
-        // The weights that even out the taps have no sample to go with at the image's end.
-        const int count = std::min(taps.count, width - taps.left);
         for (int channel = 0; channel < channels; ++channel) {
             const unsigned char* sample =
                 work.rows[0] + static_cast<std::ptrdiff_t>(taps.left - work.origin) * channels +
                 channel;
             std::int32_t sum = halfOf(work.shift);
-            for (int tap = 0; tap < count; ++tap, sample += channels)
+            for (int tap = 0; tap < taps.count; ++tap, sample += channels)
                 sum += weights[tap] * *sample;
             work.results[0][static_cast<std::ptrdiff_t>(x) * channels + channel] =
                 static_cast<std::int16_t>(sum >> work.shift);
@@ -106,7 +104,7 @@ void verticalWide(const double* const* rows, const double* weights, int count, s
 }
 
 constexpr ScalingKernels kPortable = {
-    {kRows, noScratch, horizontalBytes, vertical, verticalToBytes},
+    {kRows, 1, 1, noScratch, nullptr, horizontalBytes, vertical, verticalToBytes},
     {kRows, noScratch, horizontalWide, verticalWide}};
 
 }  // namespace
@@ -116,8 +114,12 @@ const ScalingKernels& portableScalingKernels() {
 }
 
 const ScalingKernels& fastestScalingKernels() {
-    static const ScalingKernels* const avx2 = avx2ScalingKernels();
-    return avx2 ? *avx2 : kPortable;
+    static const ScalingKernels* const best = [] {
+        if (const ScalingKernels* kernels = avx512ScalingKernels()) return kernels;
+        const ScalingKernels* kernels = avx2ScalingKernels();
+        return kernels ? kernels : &kPortable;
+    }();
+    return *best;
 }
 
 }  // namespace za::imaging

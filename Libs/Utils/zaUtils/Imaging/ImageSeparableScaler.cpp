@@ -89,7 +89,6 @@ std::vector<Chunk> chunksOf(const Taps* taps, int first, int last, int pixels) {
 /// The passes over samples of 8 bits, with integers.
 struct SeparableScaler::BytePasses {
     using Value = std::int16_t;
-    static constexpr std::size_t kChunkValue = 2;
 
     const FixedPlan& plan;
     const ByteKernels& kernels;
@@ -97,6 +96,7 @@ struct SeparableScaler::BytePasses {
 
     const Taps* xTaps() const { return plan.axes[0].taps.data(); }
     std::size_t rows() const { return kernels.rows; }
+    std::size_t bytes() const { return kernels.bytes; }
     std::size_t scratchSize(int pixels) const {
         return kernels.scratchSize(pixels, format.channels);
     }
@@ -127,7 +127,6 @@ struct SeparableScaler::BytePasses {
 /// The passes over all other samples, with doubles.
 struct SeparableScaler::WidePasses {
     using Value = double;
-    static constexpr std::size_t kChunkValue = 2 * sizeof(double);
 
     const Taps* taps;
     const double* weights;
@@ -138,6 +137,8 @@ struct SeparableScaler::WidePasses {
 
     const Taps* xTaps() const { return taps; }
     std::size_t rows() const { return kernels.rows; }
+    /// A decoded sample, and the same one prepared for the horizontal pass.
+    std::size_t bytes() const { return 2 * sizeof(double); }
     std::size_t decodedSize(int pixels) const {
         return sizeOf(pixels) * sizeOf(format.channels) + kRowSlack;
     }
@@ -215,7 +216,7 @@ public:
 private:
     int chunkPixels() const {
         const std::size_t pixel =
-            sizeOf(_scaler._format.channels) * Passes::kChunkValue * _passes.rows();
+            sizeOf(_scaler._format.channels) * _passes.bytes() * _passes.rows();
         return static_cast<int>(std::max<std::size_t>(kChunkBytes / pixel, 16));
     }
 
@@ -364,7 +365,7 @@ SeparableScaler::SeparableScaler(const ImagePixelHandler& handler, int channels,
       _planes(windowOf(tables[2])) {
     if (_format.sample == ImagePixelHandler::Sample::UInt8 && !_format.hasAlpha &&
         !_format.isEncoded)
-        _fixed = planFixedPoint(tables, _passesPlanes ? 3 : 2);
+        _fixed = planFixedPoint(tables, _passesPlanes ? 3 : 2, kernels.bytes);
     if (_fixed) return;
     for (const ImageScaler::Contribution& contribution : tables[0]) {
         _wideTaps.push_back({contribution.left, static_cast<int>(contribution.weights.size()),

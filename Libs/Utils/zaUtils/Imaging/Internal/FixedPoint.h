@@ -11,12 +11,13 @@ namespace za::imaging {
 
 /// The contributions along an axis as numbers of 16 bits.
 struct FixedAxis {
-    std::vector<Taps> taps;  ///< an even number for each position; along x from an even one on
+    std::vector<Taps> taps;
     std::vector<std::int16_t> weights;
     int shift = 0;  ///< of the sums, to the right
 };
 
-/// How samples of 8 bits are scaled by integers.
+/// How samples of 8 bits are scaled by integers: with groups of taps as the kernels want them along
+/// x, and with an even number of taps along y and z.
 struct FixedPlan {
     FixedAxis axes[3];
 };
@@ -27,6 +28,6 @@ struct FixedPlan {
 /// @param passes  the number of axes, from x on, that are passed; the last pass gives bytes
 /// @return nothing when there is no such way: for weights that are too large, or too many
 std::optional<FixedPlan> planFixedPoint(const std::vector<ImageScaler::Contribution>* tables,
-                                        int passes);
+                                        int passes, const ByteKernels& kernels);
 
 }  // namespace za::imaging

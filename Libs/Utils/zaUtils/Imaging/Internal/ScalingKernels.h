@@ -36,15 +36,24 @@ struct Horizontal {
     void* scratch;
 };
 
-/// For samples of 8 bits, with weights of a fixed point. An even number of taps starts at an even
-/// position; weights beyond the image's end are 0. Neither a sum nor a result overflows.
+/// The greatest weight of a fixed point. It is somewhat less than 16 bits hold: what is left
+/// without the low byte, as a signed number, still fits into a byte.
+constexpr int kMaxFixedWeight = 127 * 256 + 127;
+
+/// For samples of 8 bits, with weights of a fixed point. Along x whole groups of taps start at a
+/// multiple of their size; weights beyond the image's end are 0. Neither a sum nor a result
+/// overflows.
 struct ByteKernels {
     using Work = Horizontal<unsigned char, std::int16_t>;
 
-    std::size_t rows;  ///< at a time
+    std::size_t rows;   ///< at a time
+    int taps;           ///< a group along x
+    std::size_t bytes;  ///< that a sample takes when it is prepared for the horizontal pass
     /// The scratch memory that is needed for so many pixels from `begin` to `end`; it starts at a
     /// multiple of 64.
     std::size_t (*scratchSize)(int pixels, int channels);
+    /// Brings the weights along x into the order that `horizontal` wants; may be null.
+    void (*arrange)(std::int16_t* weights, std::size_t count);
     void (*horizontal)(const Work& work);
     /// Adds up rows of so many values, an even number of rows, and shifts the sums.
     /// @{
@@ -73,7 +82,10 @@ struct ScalingKernels {
 
 const ScalingKernels& portableScalingKernels();
 /// Null where the processor lacks the instructions.
+/// @{
 const ScalingKernels* avx2ScalingKernels();
+const ScalingKernels* avx512ScalingKernels();  ///< with VNNI
+/// @}
 /// The fastest that this processor has.
 const ScalingKernels& fastestScalingKernels();
 
