@@ -194,7 +194,10 @@ public:
           _chunks(chunksOf(passes.xTaps(), tile.xBegin, tile.xEnd, chunkPixels())),
           _scratch(scratchSize()),
           _rows((_slots + 1) * _stride),
-          _planes(scaler._passesPlanes ? sizeOf(scaler._planes.size) * planeValues() : 0) {}
+          _planes(scaler._passesPlanes ? sizeOf(scaler._planes.size) * planeValues() : 0),
+          _sources(passes.rows()),
+          _results(passes.rows()),
+          _gathered(sizeOf(std::max(scaler._rows.size, scaler._planes.size)) + 1) {}
 
     void run() {
         for (int z = _tile.zBegin; z < _tile.zEnd; ++z) {
@@ -256,32 +259,36 @@ private:
 
     void passHorizontally(int count) {
         const Size& src = _scaler._src;
-        const std::size_t pixel = sizeOf(_scaler._format.channels) * _scaler._sampleSize;
-        const std::size_t bytes = sizeOf(src.width) * pixel;
-        std::vector<const unsigned char*>& sources = _sources;
-        sources.clear();
-        for (int i = 0; i < static_cast<int>(_passes.rows()); ++i) {
-            const int y = _nextRow + std::min(i, count - 1);
-            sources.push_back(_source + (sizeOf(_plane) * sizeOf(src.height) + sizeOf(y)) * bytes);
+        const std::size_t channels = sizeOf(_scaler._format.channels);
+        const std::size_t bytes = sizeOf(src.width) * channels * _scaler._sampleSize;
+        for (std::size_t i = 0; i < _sources.size(); ++i) {
+            const std::size_t y = sizeOf(_nextRow) + std::min(i, sizeOf(count) - 1);
+            _sources[i] = _source + (sizeOf(_plane) * sizeOf(src.height) + y) * bytes;
+            _results[i] = i < sizeOf(count) ? row(_nextRow + static_cast<int>(i)) : spareRow();
         }
         for (const Chunk& chunk : _chunks) {
-            const std::size_t at =
-                sizeOf(chunk.first - _tile.xBegin) * sizeOf(_scaler._format.channels);
-            _results.clear();
-            for (int i = 0; i < static_cast<int>(_passes.rows()); ++i)
-                _results.push_back((i < count ? row(_nextRow + i) : spareRow()) + at);
-            _passes.horizontal(sources.data(), src.width, chunk, _results.data(), _scratch.data());
+            _passes.horizontal(_sources.data(), src.width, chunk, _results.data(), _scratch.data());
+            for (Value*& result : _results)
+                result += sizeOf(chunk.last - chunk.first) * channels;
         }
     }
 
-    /// The rows that output row `y` is made of, and one more for kernels that want an even number.
-    const Value* const* gatherRows(int y) {
-        const ImageScaler::Contribution& contribution = _scaler._tables[1][sizeOf(y)];
-        _gathered.clear();
-        for (int i = contribution.left; i <= contribution.right; ++i)
-            _gathered.push_back(row(i));
-        _gathered.push_back(_gathered.back());
+    /// What lies in a ring at some positions, and the last of it again for kernels that want an
+    /// even number.
+    const Value* const* gather(const ImageScaler::Contribution& contribution, const Value* ring,
+                               std::size_t slots, std::size_t distance) {
+        std::size_t slot = sizeOf(contribution.left) % slots;
+        const Value** next = _gathered.data();
+        for (int i = contribution.left; i <= contribution.right; ++i) {
+            *next++ = ring + slot * distance;
+            if (++slot == slots) slot = 0;
+        }
+        *next = next[-1];
         return _gathered.data();
+    }
+
+    const Value* const* gatherRows(int y) {
+        return gather(_scaler._tables[1][sizeOf(y)], _rows.data(), _slots, _stride);
     }
 
     void finishFromRows(int y, int z) {
@@ -304,12 +311,10 @@ private:
     }
 
     void finishFromPlanes(int y, int z) {
-        const ImageScaler::Contribution& contribution = _scaler._tables[2][sizeOf(z)];
-        _gathered.clear();
-        for (int i = contribution.left; i <= contribution.right; ++i)
-            _gathered.push_back(planeRow(i, y));
-        _gathered.push_back(_gathered.back());
-        _passes.finish(2, z, _gathered.data(), _pixels, spareRow(), target(y, z));
+        const Value* ring = _planes.data() + sizeOf(y - _tile.yBegin) * _stride;
+        const Value* const* rows = gather(_scaler._tables[2][sizeOf(z)], ring,
+                                          sizeOf(_scaler._planes.size), planeValues());
+        _passes.finish(2, z, rows, _pixels, spareRow(), target(y, z));
     }
 
     unsigned char* target(int y, int z) const {
