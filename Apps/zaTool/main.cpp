@@ -13,6 +13,7 @@
 #include "HashCommand.h"
 #include "InfoCommand.h"
 #include "LogCommand.h"
+#include "ScaleCommand.h"
 #include "ShaderCommand.h"
 #include "TerminalQuestions.h"
 #include "zaUtils/Files/zaFile.h"
@@ -52,7 +53,7 @@ int showParseResult(const CLI::App& app, const CLI::ParseError& result) {
 }
 
 int runCommand(std::vector<std::string> arguments) {
-    CLI::App app("Works on data files and logs from the command line.", "zaTool");
+    CLI::App app("Works on data files, logs and pictures from the command line.", "zaTool");
     app.allow_windows_style_options(false);  // "/data/a.dat" is a file
     app.set_version_flag("--version", "zaTool " ZATOOL_VERSION);
     app.require_subcommand(1);
@@ -62,6 +63,7 @@ int runCommand(std::vector<std::string> arguments) {
     addBase64Command(app, exitCode);
     addShaderCommand(app, exitCode);
     addLogCommand(app, exitCode);
+    addScaleCommand(app, exitCode);
     addInfoCommand(app);
 
     protectBrackets(arguments);

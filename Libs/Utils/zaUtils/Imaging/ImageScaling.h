@@ -32,8 +32,9 @@ public:
         unsigned int options = 0;
     };
 
-    /// The width that shows a kernel as it is known: 3 for "lanczos3", the default of its class for
-    /// all others.
+    /// 3 for "lanczos3", which is the width that it is known by, and the default of its class for
+    /// all others. Where an image is enlarged, kernels of a width of less than 1 leave output
+    /// positions that nothing contributes to: these become 0.
     static constexpr double kUsualWidth = -1.0;
 
     ImageScaling() = delete;
