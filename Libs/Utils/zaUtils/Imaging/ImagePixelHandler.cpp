@@ -36,9 +36,12 @@ template <typename Type>
 double sumOf(const unsigned char* source, const PixelFormat& format, std::size_t channel,
              const Box& box) {
     const auto value = [=](std::size_t i) { return Type::value(source, i + channel); };
-    const auto light = [=](std::size_t i) { return Type::light(source, i + channel); };
-    if (format.isAlpha(static_cast<int>(channel))) return sumOver(box, value);
-    if (!format.hasAlpha) return format.isEncoded ? sumOver(box, light) : sumOver(box, value);
+    if (format.isAlpha(static_cast<int>(channel)) || (!format.hasAlpha && !format.isEncoded))
+        return sumOver(box, value);
+    const auto light = [=, lights = Type::lights()](std::size_t i) {
+        return lights.at(source, i + channel);
+    };
+    if (!format.hasAlpha) return sumOver(box, light);
 
     const std::size_t last = box.channels - 1;
     const auto opacity = [=](std::size_t i) { return Type::value(source, i + last); };

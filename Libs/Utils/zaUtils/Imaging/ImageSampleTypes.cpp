@@ -49,41 +49,38 @@ struct Encoder {
     std::array<std::uint8_t, kGuesses + 1> guesses;
 };
 
-template <typename Type>
+template <typename Type, typename Function>
 void decode(const PixelFormat& format, const unsigned char* source, std::size_t pixels,
-            double* values) {
+            double* values, const Function& valueAt) {
     const auto channels = static_cast<std::size_t>(format.channels);
-    const std::size_t colours = channels - (format.hasAlpha ? 1 : 0);
-    for (std::size_t pixel = 0, i = 0; pixel < pixels; ++pixel) {
-        const std::size_t alpha = i + colours;
-        for (; i < pixel * channels + colours; ++i)
-            values[i] = format.isEncoded ? Type::light(source, i) : Type::value(source, i);
-        if (!format.hasAlpha) continue;
-        const double opacity = Type::value(source, alpha);
-        for (std::size_t colour = alpha - colours; colour < alpha; ++colour)
-            values[colour] *= opacity;
-        values[i++] = opacity;
+    if (!format.hasAlpha) {
+        for (std::size_t i = 0; i < pixels * channels; ++i)
+            values[i] = valueAt(i);
+        return;
+    }
+    for (std::size_t first = 0; first < pixels * channels; first += channels) {
+        const std::size_t last = first + channels - 1;
+        const double opacity = Type::value(source, last);
+        for (std::size_t i = first; i < last; ++i)
+            values[i] = valueAt(i) * opacity;
+        values[last] = opacity;
     }
 }
 
-template <typename Type>
-void encode(const PixelFormat& format, double* values, std::size_t pixels,
-            unsigned char* destination) {
+template <typename Type, typename Function>
+void encode(const PixelFormat& format, const double* values, std::size_t pixels,
+            unsigned char* destination, const Function& setValue) {
     const auto channels = static_cast<std::size_t>(format.channels);
-    const std::size_t colours = channels - (format.hasAlpha ? 1 : 0);
-    for (std::size_t pixel = 0, i = 0; pixel < pixels; ++pixel) {
-        const std::size_t alpha = i + colours;
-        for (; i < pixel * channels + colours; ++i) {
-            const double value =
-                format.hasAlpha ? unmultiplied(values[i], values[alpha], Type::kFull) : values[i];
-            if (format.isEncoded)
-                Type::setLight(destination, i, value);
-            else
-                Type::set(destination, i, value);
-        }
-        if (!format.hasAlpha) continue;
-        Type::set(destination, i, values[i]);
-        ++i;
+    if (!format.hasAlpha) {
+        for (std::size_t i = 0; i < pixels * channels; ++i)
+            setValue(i, values[i]);
+        return;
+    }
+    for (std::size_t first = 0; first < pixels * channels; first += channels) {
+        const std::size_t last = first + channels - 1;
+        for (std::size_t i = first; i < last; ++i)
+            setValue(i, unmultiplied(values[i], values[last], Type::kFull));
+        Type::set(destination, last, values[last]);
     }
 }
 
@@ -118,16 +115,6 @@ std::uint8_t uint8OfLight(double light) {
     return encoder.valueOf(light);
 }
 
-double doubleOfHalf(std::uint16_t half) {
-    const int exponent = half >> 10 & 0x1F;
-    const double mantissa = half & 0x3FF;
-    double size = std::ldexp(mantissa + (exponent > 0 ? 1024.0 : 0.0), std::max(exponent, 1) - 25);
-    if (exponent == 0x1F)
-        size = mantissa == 0.0 ? std::numeric_limits<double>::infinity()
-                               : std::numeric_limits<double>::quiet_NaN();
-    return (half & 0x8000) != 0 ? -size : size;
-}
-
 std::uint16_t halfOfDouble(double value) {
     constexpr std::uint64_t kMax = 0x7BFF, kInfinite = 0x7C00, kNoNumber = 0x7E00;
     constexpr int kDropped = 52 - 10;
@@ -148,14 +135,30 @@ std::uint16_t halfOfDouble(double value) {
 
 void decodePixels(const PixelFormat& format, const unsigned char* source, std::size_t pixels,
                   double* values) {
-    withSampleType(format.sample,
-                   [&](auto type) { decode<decltype(type)>(format, source, pixels, values); });
+    withSampleType(format.sample, [&](auto type) {
+        using Type = decltype(type);
+        if (format.isEncoded)
+            decode<Type>(
+                format, source, pixels, values,
+                [=, lights = Type::lights()](std::size_t i) { return lights.at(source, i); });
+        else
+            decode<Type>(format, source, pixels, values,
+                         [=](std::size_t i) { return Type::value(source, i); });
+    });
 }
 
-void encodePixels(const PixelFormat& format, double* values, std::size_t pixels,
+void encodePixels(const PixelFormat& format, const double* values, std::size_t pixels,
                   unsigned char* destination) {
-    withSampleType(format.sample,
-                   [&](auto type) { encode<decltype(type)>(format, values, pixels, destination); });
+    withSampleType(format.sample, [&](auto type) {
+        using Type = decltype(type);
+        if (format.isEncoded)
+            encode<Type>(format, values, pixels, destination, [=](std::size_t i, double value) {
+                Type::setLight(destination, i, value);
+            });
+        else
+            encode<Type>(format, values, pixels, destination,
+                         [=](std::size_t i, double value) { Type::set(destination, i, value); });
+    });
 }
 
 }  // namespace za::imaging

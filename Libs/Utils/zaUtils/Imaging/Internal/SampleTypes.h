@@ -20,7 +20,6 @@ const double* lightOfUInt16();  ///< for each of the 65536 values
 /// The value whose light is nearest, as seen in sRGB.
 std::uint8_t uint8OfLight(double light);
 
-double doubleOfHalf(std::uint16_t half);
 std::uint16_t halfOfDouble(double value);
 
 template <typename Integer>
@@ -42,15 +41,46 @@ void setRaw(unsigned char* samples, std::size_t index, Raw raw) {
     std::memcpy(samples + index * sizeof(Raw), &raw, sizeof(Raw));
 }
 
+inline double doubleOfHalf(std::uint16_t half) {
+    constexpr std::uint64_t kExponents = 0x7C00, kInfinite = std::uint64_t{0x7FF} << 52;
+    constexpr std::uint64_t kBias = std::uint64_t{1023 - 15} << 52;
+    constexpr int kAdded = 52 - 10;
+    const std::uint64_t size = half & 0x7FFF;
+    double value;
+    if (size <= 0x3FF) {
+        value = static_cast<double>(size) * 0x1p-24;
+    } else {
+        const std::uint64_t bits =
+            (size << kAdded) + ((size & kExponents) == kExponents ? kInfinite : kBias);
+        std::memcpy(&value, &bits, sizeof value);
+    }
+    return (half & 0x8000) != 0 ? -value : value;
+}
+
+/// The light of integers, looked up.
+template <typename Raw>
+struct LightTable {
+    double at(const unsigned char* samples, std::size_t i) const {
+        return lights[rawAt<Raw>(samples, i)];
+    }
+    const double* lights;
+};
+
+/// The light of other samples, computed.
+template <typename Type>
+struct LightCurve {
+    double at(const unsigned char* samples, std::size_t i) const {
+        return lightOf(Type::value(samples, i));
+    }
+};
+
 /// Types of samples: their values, and their light.
 /// @{
 struct UInt8 {
     static constexpr double kFull = 255.0;
     static constexpr std::size_t kSize = 1;
     static double value(const unsigned char* samples, std::size_t i) { return samples[i]; }
-    static double light(const unsigned char* samples, std::size_t i) {
-        return lightOfUInt8()[samples[i]];
-    }
+    static LightTable<std::uint8_t> lights() { return {lightOfUInt8()}; }
     static void set(unsigned char* samples, std::size_t i, double value) {
         samples[i] = roundedTo<std::uint8_t>(value);
     }
@@ -65,9 +95,7 @@ struct UInt16 {
     static double value(const unsigned char* samples, std::size_t i) {
         return rawAt<std::uint16_t>(samples, i);
     }
-    static double light(const unsigned char* samples, std::size_t i) {
-        return lightOfUInt16()[rawAt<std::uint16_t>(samples, i)];
-    }
+    static LightTable<std::uint16_t> lights() { return {lightOfUInt16()}; }
     static void set(unsigned char* samples, std::size_t i, double value) {
         setRaw(samples, i, roundedTo<std::uint16_t>(value));
     }
@@ -82,9 +110,7 @@ struct Half {
     static double value(const unsigned char* samples, std::size_t i) {
         return doubleOfHalf(rawAt<std::uint16_t>(samples, i));
     }
-    static double light(const unsigned char* samples, std::size_t i) {
-        return lightOf(value(samples, i));
-    }
+    static LightCurve<Half> lights() { return {}; }
     static void set(unsigned char* samples, std::size_t i, double value) {
         setRaw(samples, i, halfOfDouble(value));
     }
@@ -99,9 +125,7 @@ struct Float {
     static double value(const unsigned char* samples, std::size_t i) {
         return rawAt<float>(samples, i);
     }
-    static double light(const unsigned char* samples, std::size_t i) {
-        return lightOf(value(samples, i));
-    }
+    static LightCurve<Float> lights() { return {}; }
     static void set(unsigned char* samples, std::size_t i, double value) {
         constexpr double kMax = std::numeric_limits<float>::max();
         if (std::isfinite(value)) value = std::clamp(value, -kMax, kMax);
@@ -158,8 +182,7 @@ struct PixelFormat {
 /// The values of a row of pixels that can be summed up: in linear light, multiplied by opacity.
 void decodePixels(const PixelFormat& format, const unsigned char* source, std::size_t pixels,
                   double* values);
-/// Stores such values, or changes them on the way.
-void encodePixels(const PixelFormat& format, double* values, std::size_t pixels,
+void encodePixels(const PixelFormat& format, const double* values, std::size_t pixels,
                   unsigned char* destination);
 
 }  // namespace za::imaging
