@@ -66,7 +66,7 @@ ZA_AVX2 ZA_INLINE __m256i inPairs(__m256i pixels) {
 }
 
 /// Widens the units of both halves and stores them, `kDistance` units from each other.
-template <int kDistance>
+template <std::size_t kDistance>
 ZA_AVX2 ZA_INLINE void storeUnits(std::int16_t* unit, __m256i bytes) {
     store(unit, _mm256_cvtepu8_epi16(_mm256_castsi256_si128(bytes)));
     store(unit + kDistance * kUnit, _mm256_cvtepu8_epi16(_mm256_extracti128_si256(bytes, 1)));
@@ -82,7 +82,7 @@ template <int kChannels>
 ZA_AVX2 ZA_INLINE void transposeStep(const Row* rows, std::ptrdiff_t at, std::int16_t* units) {
     __m256i r[kByteRows];
     ZA_UNROLL
-    for (int i = 0; i < kByteRows; ++i) {
+    for (std::size_t i = 0; i < kByteRows; ++i) {
         const auto* low = reinterpret_cast<const __m128i*>(rows[i] + at);
         const auto* high = reinterpret_cast<const __m128i*>(rows[i] + at + kHalfStep<kChannels>);
         r[i] = inPairs<kChannels>(_mm256_inserti128_si256(
@@ -90,24 +90,22 @@ ZA_AVX2 ZA_INLINE void transposeStep(const Row* rows, std::ptrdiff_t at, std::in
     }
     __m256i pairs[8], quads[8];
     ZA_UNROLL
-    for (int i = 0; i < 4; ++i) {
+    for (std::size_t i = 0; i < 4; ++i) {
         pairs[i] = _mm256_unpacklo_epi16(r[2 * i], r[2 * i + 1]);
         pairs[i + 4] = _mm256_unpackhi_epi16(r[2 * i], r[2 * i + 1]);
     }
     ZA_UNROLL
-    for (int i = 0; i < 4; ++i) {
+    for (std::size_t i = 0; i < 4; ++i) {
         quads[2 * i] = _mm256_unpacklo_epi32(pairs[2 * i], pairs[2 * i + 1]);
         quads[2 * i + 1] = _mm256_unpackhi_epi32(pairs[2 * i], pairs[2 * i + 1]);
     }
     // The quads of rows 0 to 3 with units 0 1, 2 3; the same of rows 4 to 7; then units 4 to 7.
-    constexpr int kUnits = kHalfStep<kChannels> / 2;
+    constexpr std::size_t kUnits = kHalfStep<kChannels> / 2;
     ZA_UNROLL
-    for (int i = 0; i < kUnits / 2; ++i) {
+    for (std::size_t i = 0; i < kUnits / 2; ++i) {
         const __m256i upper = quads[i < 2 ? i : i + 2], lower = quads[i < 2 ? i + 2 : i + 4];
-        storeUnits<kUnits>(units + 2 * i * static_cast<int>(kUnit),
-                           _mm256_unpacklo_epi64(upper, lower));
-        storeUnits<kUnits>(units + (2 * i + 1) * static_cast<int>(kUnit),
-                           _mm256_unpackhi_epi64(upper, lower));
+        storeUnits<kUnits>(units + 2 * i * kUnit, _mm256_unpacklo_epi64(upper, lower));
+        storeUnits<kUnits>(units + (2 * i + 1) * kUnit, _mm256_unpackhi_epi64(upper, lower));
     }
 }
 
@@ -126,7 +124,7 @@ ZA_AVX2 void transpose(const ByteKernels::Work& work, std::int16_t* units) {
         unsigned char copies[kByteRows][kRead] = {};
         Row rows[kByteRows];
         ZA_UNROLL
-        for (int i = 0; i < kByteRows; ++i) {
+        for (std::size_t i = 0; i < kByteRows; ++i) {
             if (rowEnd > at)
                 std::memcpy(copies[i], work.rows[i] + at, static_cast<std::size_t>(rowEnd - at));
             rows[i] = copies[i];
@@ -142,7 +140,7 @@ void transposeAny(const ByteKernels::Work& work, std::int16_t* units) {
         for (int channel = 0; channel < channels; ++channel) {
             const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(x) * channels + channel;
             ZA_UNROLL
-            for (int i = 0; i < kByteRows; ++i) {
+            for (std::size_t i = 0; i < kByteRows; ++i) {
                 *units++ = x < work.width ? work.rows[i][at] : std::int16_t{0};
                 *units++ = x + 1 < work.width ? work.rows[i][at + channels] : std::int16_t{0};
             }
@@ -163,12 +161,11 @@ ZA_AVX2 ZA_INLINE void sumUp(const std::int16_t* units, std::size_t step,
         std::memcpy(&pair, weights + tap, sizeof pair);
         const __m256i weight = _mm256_set1_epi32(pair);
         ZA_UNROLL
-        for (int i = 0; i < kCount; ++i)
-            sum[i] = _mm256_add_epi32(
-                sum[i], _mm256_madd_epi16(load(units + i * static_cast<int>(kUnit)), weight));
+        for (std::size_t i = 0; i < kCount; ++i)
+            sum[i] = _mm256_add_epi32(sum[i], _mm256_madd_epi16(load(units + i * kUnit), weight));
     }
     ZA_UNROLL
-    for (int i = 0; i < kCount; ++i)
+    for (std::size_t i = 0; i < kCount; ++i)
         _mm256_store_si256(sums + i, sum[i]);
 }
 
@@ -177,19 +174,19 @@ ZA_AVX2 ZA_INLINE void storeRows(const __m256i* sums, __m128i shift, std::int16_
                                  std::ptrdiff_t at) {
     __m256i two[4];
     ZA_UNROLL
-    for (int i = 0; i < 4; ++i)
+    for (std::size_t i = 0; i < 4; ++i)
         two[i] = _mm256_packs_epi32(_mm256_sra_epi32(_mm256_load_si256(sums + 2 * i), shift),
                                     _mm256_sra_epi32(_mm256_load_si256(sums + 2 * i + 1), shift));
     __m256i four[4];
     ZA_UNROLL
-    for (int i = 0; i < 2; ++i) {
+    for (std::size_t i = 0; i < 2; ++i) {
         const __m256i even = _mm256_unpacklo_epi16(two[2 * i], two[2 * i + 1]);
         const __m256i odd = _mm256_unpackhi_epi16(two[2 * i], two[2 * i + 1]);
         four[i] = _mm256_unpacklo_epi16(even, odd);
         four[i + 2] = _mm256_unpackhi_epi16(even, odd);
     }
     ZA_UNROLL
-    for (int i = 0; i < 4; ++i) {
+    for (std::size_t i = 0; i < 4; ++i) {
         const __m256i row = i % 2 == 0 ? _mm256_unpacklo_epi64(four[i & 2], four[(i & 2) + 1])
                                        : _mm256_unpackhi_epi64(four[i & 2], four[(i & 2) + 1]);
         _mm_storeu_si128(reinterpret_cast<__m128i*>(rows[i] + at), _mm256_castsi256_si128(row));
@@ -262,7 +259,7 @@ ZA_AVX2 ZA_INLINE Sums sumColumns(const std::int16_t* const* rows, const std::in
         const __m256i weight = _mm256_set1_epi32(pair);
         const std::int16_t *upper = rows[row] + at, *lower = rows[row + 1] + at;
         ZA_UNROLL
-        for (int i = 0; i < 2; ++i) {
+        for (std::size_t i = 0; i < 2; ++i) {
             const __m256i a = load(upper + 16 * i), b = load(lower + 16 * i);
             sum[2 * i] = _mm256_add_epi32(sum[2 * i],
                                           _mm256_madd_epi16(_mm256_unpacklo_epi16(a, b), weight));
@@ -335,11 +332,11 @@ ZA_AVX2 void transposeWide(const WideKernels::Work& work, __m256d* columns) {
          at += 4, columns += 4) {
         __m256d block[4];
         ZA_UNROLL
-        for (int i = 0; i < 4; ++i)
+        for (std::size_t i = 0; i < 4; ++i)
             block[i] = _mm256_loadu_pd(work.rows[i] + at);
         transposeFour(block);
         ZA_UNROLL
-        for (int i = 0; i < 4; ++i)
+        for (std::size_t i = 0; i < 4; ++i)
             columns[i] = block[i];
     }
 }
@@ -354,11 +351,11 @@ ZA_AVX2 ZA_INLINE void sumUpWide(const __m256d* columns, std::size_t step, const
     for (int tap = 0; tap < count; ++tap, columns += step) {
         const __m256d weight = _mm256_broadcast_sd(weights + tap);
         ZA_UNROLL
-        for (int i = 0; i < kCount; ++i)
+        for (std::size_t i = 0; i < kCount; ++i)
             sum[i] = _mm256_add_pd(sum[i], _mm256_mul_pd(columns[i], weight));
     }
     ZA_UNROLL
-    for (int i = 0; i < kCount; ++i)
+    for (std::size_t i = 0; i < kCount; ++i)
         sums[i] = sum[i];
 }
 
@@ -381,7 +378,7 @@ ZA_AVX2 void sumRowsWide(const WideKernels::Work& work, const __m256d* columns, 
             __m256d block[4] = {stage[value], stage[value + 1], stage[value + 2], stage[value + 3]};
             transposeFour(block);
             ZA_UNROLL
-            for (int i = 0; i < 4; ++i)
+            for (std::size_t i = 0; i < 4; ++i)
                 _mm256_storeu_pd(work.results[i] + at + value, block[i]);
         }
     }
@@ -413,12 +410,12 @@ ZA_AVX2 void verticalWide(const double* const* rows, const double* weights, int 
         for (int row = 0; row < count; ++row) {
             const __m256d weight = _mm256_broadcast_sd(weights + row);
             ZA_UNROLL
-            for (int i = 0; i < 4; ++i)
+            for (std::size_t i = 0; i < 4; ++i)
                 sum[i] = _mm256_add_pd(
                     sum[i], _mm256_mul_pd(_mm256_loadu_pd(rows[row] + at + 4 * i), weight));
         }
         ZA_UNROLL
-        for (int i = 0; i < 4; ++i)
+        for (std::size_t i = 0; i < 4; ++i)
             _mm256_storeu_pd(results + at + 4 * i, sum[i]);
     }
 }

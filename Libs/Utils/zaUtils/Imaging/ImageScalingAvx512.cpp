@@ -106,7 +106,7 @@ template <int kChannels>
 ZA_AVX512 ZA_INLINE void transposeStep(const Row* rows, std::ptrdiff_t at, unsigned char* units) {
     __m512i r[4];
     ZA_UNROLL
-    for (int i = 0; i < 4; ++i) {
+    for (std::size_t i = 0; i < 4; ++i) {
         __m512i part = _mm512_castsi128_si512(loadPart(rows[i] + at));
         part = _mm512_mask_broadcast_i32x4(part, 0x00F0, loadPart(rows[i + 4] + at));
         part = _mm512_mask_broadcast_i32x4(part, 0x0F00, loadPart(rows[i + 8] + at));
@@ -136,7 +136,7 @@ ZA_AVX512 void transpose(const ByteKernels::Work& work, unsigned char* units) {
         // The last bytes are copied, because there is nothing to be read behind them.
         unsigned char copies[kRows][kRead] = {};
         Row rows[kRows];
-        for (int i = 0; i < kRows; ++i) {
+        for (std::size_t i = 0; i < kRows; ++i) {
             if (rowEnd > at)
                 std::memcpy(copies[i], work.rows[i] + at, static_cast<std::size_t>(rowEnd - at));
             rows[i] = copies[i];
@@ -173,7 +173,7 @@ ZA_AVX512 ZA_INLINE void sumUp(const unsigned char* units, std::size_t step,
                                const std::int16_t* weights, int count, Lanes half, __m512i* sums) {
     Lanes low[kCount], high[kCount];
     ZA_UNROLL
-    for (int i = 0; i < kCount; ++i) {
+    for (std::size_t i = 0; i < kCount; ++i) {
         low[i] = half;
         high[i] = lanesOf(0);
     }
@@ -181,14 +181,14 @@ ZA_AVX512 ZA_INLINE void sumUp(const unsigned char* units, std::size_t step,
         const __m512i lowWeights = weightsAt(weights + tap);
         const __m512i highWeights = weightsAt(weights + tap + kTaps / 2);
         ZA_UNROLL
-        for (int i = 0; i < kCount; ++i) {
-            const __m512i unit = _mm512_load_si512(units + i * static_cast<int>(kUnit));
+        for (std::size_t i = 0; i < kCount; ++i) {
+            const __m512i unit = _mm512_load_si512(units + i * kUnit);
             addFour(low[i], unit, lowWeights);
             addFour(high[i], unit, highWeights);
         }
     }
     ZA_UNROLL
-    for (int i = 0; i < kCount; ++i)
+    for (std::size_t i = 0; i < kCount; ++i)
         _mm512_store_si512(
             sums + i, _mm512_add_epi32(vectorOf(low[i]), _mm512_slli_epi32(vectorOf(high[i]), 8)));
 }
@@ -198,21 +198,21 @@ ZA_AVX512 ZA_INLINE void storeRows(const __m512i* sums, __m128i shift, std::int1
                                    std::ptrdiff_t at) {
     __m512i two[4], four[4];
     ZA_UNROLL
-    for (int i = 0; i < 4; ++i)
+    for (std::size_t i = 0; i < 4; ++i)
         two[i] = _mm512_packs_epi32(_mm512_sra_epi32(_mm512_load_si512(sums + 2 * i), shift),
                                     _mm512_sra_epi32(_mm512_load_si512(sums + 2 * i + 1), shift));
     ZA_UNROLL
-    for (int i = 0; i < 2; ++i) {
+    for (std::size_t i = 0; i < 2; ++i) {
         const __m512i even = _mm512_unpacklo_epi16(two[2 * i], two[2 * i + 1]);
         const __m512i odd = _mm512_unpackhi_epi16(two[2 * i], two[2 * i + 1]);
         four[i] = _mm512_unpacklo_epi16(even, odd);
         four[i + 2] = _mm512_unpackhi_epi16(even, odd);
     }
     ZA_UNROLL
-    for (int i = 0; i < 4; ++i) {
+    for (std::size_t i = 0; i < 4; ++i) {
         const __m512i row = i % 2 == 0 ? _mm512_unpacklo_epi64(four[i & 2], four[(i & 2) + 1])
                                        : _mm512_unpackhi_epi64(four[i & 2], four[(i & 2) + 1]);
-        const auto at128 = [&](int number) {
+        const auto at128 = [&](std::size_t number) {
             return reinterpret_cast<__m128i*>(rows[number] + at);
         };
         _mm_storeu_si128(at128(i), _mm512_castsi512_si128(row));
@@ -286,7 +286,7 @@ ZA_AVX512 ZA_INLINE Sums sumColumns(const std::int16_t* const* rows, const std::
         const __m512i weight = weightsAt(weights + row);
         const std::int16_t *upper = rows[row] + at, *lower = rows[row + 1] + at;
         ZA_UNROLL
-        for (int i = 0; i < 2; ++i) {
+        for (std::size_t i = 0; i < 2; ++i) {
             const __m512i a = _mm512_loadu_si512(upper + 32 * i);
             const __m512i b = _mm512_loadu_si512(lower + 32 * i);
             addTwo(sum[2 * i], _mm512_unpacklo_epi16(a, b), weight);
@@ -295,7 +295,7 @@ ZA_AVX512 ZA_INLINE Sums sumColumns(const std::int16_t* const* rows, const std::
     }
     __m512i shifted[4];
     ZA_UNROLL
-    for (int i = 0; i < 4; ++i)
+    for (std::size_t i = 0; i < 4; ++i)
         shifted[i] = _mm512_sra_epi32(vectorOf(sum[i]), shift);
     return {_mm512_packs_epi32(shifted[0], shifted[1]), _mm512_packs_epi32(shifted[2], shifted[3])};
 }

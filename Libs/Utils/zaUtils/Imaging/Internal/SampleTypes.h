@@ -26,7 +26,8 @@ template <typename Integer>
 Integer roundedTo(double value) {
     constexpr double kMax = std::numeric_limits<Integer>::max();
     if (!(value > 0.0)) return 0;
-    return static_cast<Integer>(std::min(value, kMax) + 0.5);
+    const double raised = std::min(value, kMax) + 0.5;
+    return static_cast<Integer>(raised);
 }
 
 template <typename Raw>
@@ -42,7 +43,7 @@ void setRaw(unsigned char* samples, std::size_t index, Raw raw) {
 }
 
 inline double doubleOfHalf(std::uint16_t half) {
-    constexpr std::uint64_t kExponents = 0x7C00, kInfinite = std::uint64_t{0x7FF} << 52;
+    constexpr std::uint64_t kExponents = 0x7C00, kInfinite = std::uint64_t{0x7FF - 0x1F} << 52;
     constexpr std::uint64_t kBias = std::uint64_t{1023 - 15} << 52;
     constexpr int kAdded = 52 - 10;
     const std::uint64_t size = half & 0x7FFF;
