@@ -8,21 +8,9 @@
 #include <new>
 #include <system_error>
 
+#include "PictureCodecs.h"
 #include "zaUtils/Files/zaFile.h"
 #include "zaUtils/Strings/zaString.h"
-
-#define STB_IMAGE_IMPLEMENTATION
-#define STB_IMAGE_STATIC
-#define STBI_ONLY_BMP
-#define STBI_ONLY_HDR
-#define STBI_ONLY_JPEG
-#define STBI_ONLY_PNG
-#define STBI_ONLY_TGA
-#define STBI_NO_STDIO
-#include <stb/stb_image.h>
-#define STB_IMAGE_WRITE_IMPLEMENTATION
-#define STB_IMAGE_WRITE_STATIC
-#include <stb/stb_image_write.h>
 
 namespace {
 
@@ -45,7 +33,7 @@ public:
         _at += count;
         // Into its buffer the decoder reads ahead, and asks again only when it has used up all that
         // it got. What it does not read into its buffer it needs.
-        constexpr int kBuffer = sizeof(stbi__context::buffer_start);
+        constexpr int kBuffer = 128;
         const bool isAhead = size == kBuffer && count > 0;
         _isShort = _isShort || (count < static_cast<std::size_t>(size) && !isAhead);
         return static_cast<int>(count);
@@ -92,6 +80,8 @@ Sample sampleOf(const std::vector<char>& bytes) {
 }
 
 std::string decode(const std::vector<char>& bytes, Picture& picture) {
+    const char* const early = "is no picture, or a part of one: it ends too early";
+    if (bytes.empty()) return early;
     ImageScaling::Layout& layout = picture.layout;
     layout.sample = sampleOf(bytes);
     picture.isLight = layout.sample == Sample::Float;
@@ -105,7 +95,7 @@ std::string decode(const std::vector<char>& bytes, Picture& picture) {
             ? static_cast<void*>(
                   stbi_load_16_from_callbacks(calls, &content, width, height, channels, 0))
             : stbi_load_from_callbacks(calls, &content, width, height, channels, 0)};
-    if (content.isShort()) return "is no picture, or a part of one: it ends too early";
+    if (content.isShort()) return early;
     if (!decoded.pixels)
         return std::string("is no picture that can be read: ") + stbi_failure_reason();
     const bool hasOpacity = layout.channels == 2 || layout.channels == 4;

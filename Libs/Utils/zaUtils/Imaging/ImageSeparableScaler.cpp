@@ -423,7 +423,8 @@ std::vector<SeparableScaler::Tile> SeparableScaler::tiles(std::size_t bytesPerVa
     int zPieces = 1, yPieces = 1;
     if (_passesPlanes) {
         yPieces = pieces(_limits.tiles, _src.height, _rows, _dst.height);
-        zPieces = pieces(_limits.tiles / yPieces, _src.depth, _planes, _dst.depth);
+        if (yPieces < _limits.threads)
+            zPieces = pieces(_limits.tiles / yPieces, _src.depth, _planes, _dst.depth);
     } else {
         zPieces = std::min(_limits.tiles, _dst.depth);
         yPieces = pieces(_limits.tiles / zPieces, _src.height, _rows, _dst.height);
