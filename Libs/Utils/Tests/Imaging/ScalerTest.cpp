@@ -63,7 +63,8 @@ public:
     };
 
     Recorder(Size dst, int channels)
-        : calls(static_cast<std::size_t>(dst.width * dst.height * dst.depth * channels)) {}
+        : calls(std::size_t(dst.width) * std::size_t(dst.height) * std::size_t(dst.depth) *
+                std::size_t(channels)) {}
 
     double read(const unsigned char* source, int channels, int width, int height, int channel,
                 int xLeft, int yLeft, int zLeft, int xRight, int yRight, int zRight,

@@ -232,10 +232,10 @@ TEST(SeparableScaler, CountsWithIntegersWhereItsErrorIsSmallEnough) {
 }
 
 TEST(SeparableScaler, KeepsFlatImagesFlat) {
-    const Bytes source(200 * 150 * 3, 201);
+    const Bytes source(std::size_t{200} * 150 * 3, 201);
     for (const Filter& filter : kFilters) {
         if (filter == kFilters.back() || filter->getWidth() == 0.0) continue;
-        Bytes result(77 * 190 * 3);
+        Bytes result(std::size_t{77} * 190 * 3);
         ImagePixelHandler pixels(Sample::UInt8);
         ASSERT_TRUE(ImageScaler::scale({source.data()}, {result.data()}, 200, 150, 1, 77, 190, 1, 3,
                                        pixels, *filter));
@@ -244,8 +244,8 @@ TEST(SeparableScaler, KeepsFlatImagesFlat) {
 }
 
 TEST(SeparableScaler, MovesTheLevelAroundItAndStopsWhenCancelled) {
-    const Bytes source(64 * 64 * 8, 9);
-    Bytes result(32 * 32 * 4);
+    const Bytes source(std::size_t{64} * 64 * 8, 9);
+    Bytes result(std::size_t{32} * 32 * 4);
     ImagePixelHandler pixels(Sample::UInt8);
     const auto scale = [&] {
         return ImageScaler::scale({source.data()}, {result.data()}, 64, 64, 8, 32, 32, 4, 1, pixels,

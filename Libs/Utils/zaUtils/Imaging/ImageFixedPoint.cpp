@@ -154,7 +154,7 @@ std::optional<FixedPlan> planFixedPoint(const Table* tables, int passes,
     FixedPlan plan;
     Values values;
     for (int pass = 0; pass < passes; ++pass) {
-        FixedAxis& axis = plan.axes[pass];
+        FixedAxis& axis = plan.axes[static_cast<std::size_t>(pass)];
         const double weightError =
             roundWeights(tables[pass], best.weightBits[pass], pass == 0 ? kernels.taps : 1,
                          pass == 0 ? kernels.taps : 2, axis);

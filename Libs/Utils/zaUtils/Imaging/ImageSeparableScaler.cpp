@@ -18,7 +18,7 @@ using Table = std::vector<ImageScaler::Contribution>;
 
 constexpr std::size_t kAlignment = 64;
 // What a chunk of a row may take when it is transposed, so that it stays in the nearest cache.
-constexpr std::size_t kChunkBytes = 32 * 1024;
+constexpr std::size_t kChunkBytes = std::size_t{32} * 1024;
 
 std::size_t sizeOf(int number) {
     return static_cast<std::size_t>(number);
@@ -110,14 +110,14 @@ struct SeparableScaler::BytePasses {
     }
     void vertical(int axis, int position, const Value* const* rows, std::size_t values,
                   Value* results) const {
-        const FixedAxis& fixed = plan.axes[axis];
+        const FixedAxis& fixed = plan.axes[sizeOf(axis)];
         const Taps& taps = fixed.taps[sizeOf(position)];
         kernels.vertical(rows, fixed.weights.data() + taps.weights, taps.count, fixed.shift, values,
                          results);
     }
     void finish(int axis, int position, const Value* const* rows, std::size_t pixels, Value*,
                 unsigned char* destination) const {
-        const FixedAxis& fixed = plan.axes[axis];
+        const FixedAxis& fixed = plan.axes[sizeOf(axis)];
         const Taps& taps = fixed.taps[sizeOf(position)];
         kernels.verticalToBytes(rows, fixed.weights.data() + taps.weights, taps.count, fixed.shift,
                                 pixels * sizeOf(format.channels), destination);
@@ -345,7 +345,7 @@ private:
 };
 
 SeparableScaler::Limits SeparableScaler::Limits::ofThisMachine() {
-    constexpr std::size_t kBytes = 4 * 1024 * 1024, kMinBytes = 256 * 1024;
+    constexpr std::size_t kBytes = std::size_t{4} * 1024 * 1024, kMinBytes = kBytes / 32;
     constexpr int kTilesPerThread = 4;
     const auto allowed =
         tbb::global_control::active_value(tbb::global_control::max_allowed_parallelism);

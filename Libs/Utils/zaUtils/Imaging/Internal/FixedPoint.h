@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -19,7 +20,7 @@ struct FixedAxis {
 /// How samples of 8 bits are scaled by integers: with groups of taps as the kernels want them along
 /// x, and with an even number of taps along y and z.
 struct FixedPlan {
-    FixedAxis axes[3];
+    std::array<FixedAxis, 3> axes;
 };
 
 /// Finds out with how many bits each pass gets by, so that nothing overflows and the result is
