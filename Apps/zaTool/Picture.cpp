@@ -143,7 +143,8 @@ bool encodePng(const Picture& picture, std::string& bytes) {
     const ImageScaling::Layout& layout = picture.layout;
     // The encoder counts bytes with 32 bits.
     const double size = (static_cast<double>(layout.width) * layout.channels + 1) * layout.height;
-    if (size > std::numeric_limits<int>::max() / 2) return false;
+    constexpr double kMax = std::numeric_limits<int>::max() / 2.0;
+    if (size > kMax) return false;
     const Picture pixels = convert(picture, Sample::UInt8, false);
     return stbi_write_png_to_func(append, &bytes, layout.width, layout.height, layout.channels,
                                   pixels.pixels.data(), layout.width * layout.channels) != 0;
@@ -234,7 +235,7 @@ private:
 
 std::string readPicture(const std::string& file, Picture& picture) {
     std::vector<char> bytes;
-    const std::string problem = readBytes(file, bytes);
+    std::string problem = readBytes(file, bytes);
     if (!problem.empty()) return problem;
     return decode(bytes, picture);
 }
@@ -261,7 +262,7 @@ std::string writePicture(const std::string& file, const Picture& picture) {
 
 std::string readSamples(const std::string& file, Picture& picture) {
     std::vector<char> bytes;
-    const std::string problem = readBytes(file, bytes);
+    std::string problem = readBytes(file, bytes);
     if (!problem.empty()) return problem;
     const std::size_t size = bytesOf(picture.layout);
     if (bytes.size() != size)

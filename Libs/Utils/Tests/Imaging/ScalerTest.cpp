@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <tbb/parallel_for.h>
+#include <tbb/task_group.h>
 
 #include <atomic>
 #include <cmath>
@@ -302,6 +304,19 @@ TEST(ImageScaler, LetsAnExceptionOfTheHandlerThrough) {
     Counter next([](int) {});
     EXPECT_TRUE(scale(size, size, 1, next, ImageBoxFilter()));
     EXPECT_EQ(next.count, 600);
+}
+
+TEST(ImageScaler, IsNotCutShortByWhatIsCancelledAroundIt) {
+    tbb::task_group_context around;
+    Counter handler([](int) {});
+    tbb::parallel_for(
+        0, 1,
+        [&](int) {
+            around.cancel_group_execution();
+            EXPECT_TRUE(scale({9, 90, 9}, {9, 90, 9}, 1, handler, ImageBoxFilter()));
+        },
+        around);
+    EXPECT_EQ(handler.count, 9 * 90 * 9);
 }
 
 TEST(ImageScaler, MovesTheLevelAroundIt) {

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -114,14 +115,16 @@ Bytes randomImage(std::mt19937& random, const Case& c) {
 /// Compares the fast way of `scale` with the samples one by one, and all kernels with each other.
 void check(std::mt19937& random, const Case& c) {
     SCOPED_TRACE(testing::PrintToString(c));
-    const Bytes source = randomImage(random, c);
+    // At odd addresses: no type of samples is aligned.
+    Bytes source = randomImage(random, c);
+    source.insert(source.begin(), 0);
     const std::size_t samples = samplesOf(c.dst, c.channels);
     const std::size_t bytes = samples * ImagePixelHandler::getSampleSize(c.sample);
-    constexpr std::size_t kGuard = 64;
+    constexpr std::size_t kGuard = 65;
     const Bytes empty(bytes + 2 * kGuard, 0xA5);
     const auto scaleBy = [&](ImageScaler::ValueHandler& handler) {
         Bytes result = empty;
-        EXPECT_TRUE(ImageScaler::scale({source.data()}, {result.data() + kGuard}, c.src.width,
+        EXPECT_TRUE(ImageScaler::scale({source.data() + 1}, {result.data() + kGuard}, c.src.width,
                                        c.src.height, c.src.depth, c.dst.width, c.dst.height,
                                        c.dst.depth, c.channels, handler, *c.filter));
         return result;
@@ -151,7 +154,7 @@ void check(std::mt19937& random, const Case& c) {
         for (const auto& limit : limits) {
             Bytes again = empty;
             SeparableScaler(pixels, c.channels, c.src, c.dst, slow.tables, *kernels, limit)
-                .scale(source.data(), again.data() + kGuard, progress);
+                .scale(source.data() + 1, again.data() + kGuard, progress);
             ASSERT_TRUE(again == result) << "kernels of " << kernels->bytes.rows << " rows, "
                                          << limit.tiles << " tiles of " << limit.bytes;
         }
@@ -259,6 +262,58 @@ TEST(SeparableScaler, MovesTheLevelAroundItAndStopsWhenCancelled) {
     zaStackedProgress::cancelAll();
     EXPECT_FALSE(scale());
     EXPECT_THAT(result, testing::Each(1));
+}
+
+/// Stops everything when some of it is done.
+class Impatient : public zaStackedProgress::Handler {
+    void setProgress(double fraction) override {
+        if (fraction > 0.3) zaStackedProgress::cancelAll();
+    }
+};
+
+TEST(SeparableScaler, FinishesTheRowsThatItHasBegun) {
+    constexpr std::size_t kSize = 512;
+    const Bytes source(kSize * kSize, 9);
+    for (const Sample sample : {Sample::UInt8, Sample::Half}) {
+        Bytes result(kSize * kSize, 1);
+        const int size = int(kSize / ImagePixelHandler::getSampleSize(sample));
+        ImagePixelHandler pixels(sample);
+        Impatient handler;
+        zaStackedProgress work("work", 1.0, &handler);
+        EXPECT_FALSE(ImageScaler::scale({source.data()}, {result.data()}, size, int(kSize), 1, size,
+                                        int(kSize), 1, 1, pixels, ImageLinearFilter()));
+        std::size_t finished = 0;
+        for (auto row = result.begin(); row != result.end(); row += kSize) {
+            ASSERT_TRUE(std::all_of(row, row + kSize, [&](auto byte) { return byte == *row; }));
+            finished += *row == 9;
+        }
+        EXPECT_GT(finished, kSize / 4);
+        EXPECT_LT(finished, kSize);
+    }
+}
+
+TEST(SeparableScaler, TreatsWhatIsNoNumberAsThePerSampleWayDoes) {
+    constexpr float kNoNumber = std::numeric_limits<float>::quiet_NaN();
+    constexpr float kInfinite = std::numeric_limits<float>::infinity();
+    std::vector<float> source(40 * 3, 1.0f), result(20 * 3), expected(20 * 3);
+    source[9] = kNoNumber;
+    source[50] = kInfinite;
+    source[90] = -kInfinite;
+    ImagePixelHandler pixels(Sample::Float);
+    PerSample slow(pixels, {20, 3, 1});
+    const auto scale = [&](std::vector<float>& to, ImageScaler::ValueHandler& handler) {
+        EXPECT_TRUE(ImageScaler::scale({reinterpret_cast<const unsigned char*>(source.data())},
+                                       {reinterpret_cast<unsigned char*>(to.data())}, 40, 3, 1, 20,
+                                       3, 1, 1, handler, ImageLinearFilter()));
+    };
+    scale(result, pixels);
+    scale(expected, slow);
+    for (std::size_t i = 0; i < result.size(); ++i) {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(std::isnan(result[i]), std::isnan(expected[i]));
+        if (std::isnan(expected[i])) continue;
+        EXPECT_FLOAT_EQ(result[i], expected[i]);
+    }
 }
 
 }  // namespace
