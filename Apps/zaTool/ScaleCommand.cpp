@@ -145,6 +145,17 @@ bool scale(const Picture& picture, const Options& options, Picture& result) {
                                options.kernel, options.width);
 }
 
+/// The same with its progress on the terminal, where Ctrl-C cancels it.
+bool scaleVisibly(const std::string& in, const Picture& picture, const Options& options,
+                  Picture& result) {
+    zaConsoleProgress console;
+    const bool isSeen = zaConsole::isTerminal(zaConsole::Stream::Error);
+    const zaStackedProgress progress("Scaling " + withoutControlCharacters(in),
+                                     options.compare ? kScalingsOfSheet : 1,
+                                     isSeen ? &console : nullptr);
+    return scale(picture, options, result);
+}
+
 std::string describe(const Picture& picture) {
     const ImageScaling::Layout& layout = picture.layout;
     std::string text = std::to_string(layout.width) + "x" + std::to_string(layout.height);
@@ -169,7 +180,7 @@ bool workOn(const std::string& in, const std::string& out, const Options& option
         logProblem(out, "may not be written");
         return false;
     }
-    if (!scale(picture, options, result)) {
+    if (!scaleVisibly(in, picture, options, result)) {
         logProblem(in, zaStackedProgress::s_cancelled ? "cancelled" : "is not scaled");
         return false;
     }
@@ -212,19 +223,13 @@ int run(const Options& options) {
         logProblem(out, "is no folder, which several files need");
         return ExitCode::kFailed;
     }
-    zaConsoleProgress console;
-    const bool isSeen = zaConsole::isTerminal(zaConsole::Stream::Error);
-    zaStackedProgress work("Scaling", static_cast<double>(ins.size()), isSeen ? &console : nullptr);
+    // A request to stop holds until this level ends, after all files.
+    const zaStackedProgress work("Scaling", static_cast<double>(ins.size()), nullptr);
     int exitCode = ExitCode::kSuccess;
     for (const std::string& in : ins) {
         if (work.cancelled()) return ExitCode::kFailed;
-        const double before = work.getValue();
-        // What a level inside this one comes to.
-        work.setScale(options.compare ? 1.0 / kScalingsOfSheet : 1.0);
         const std::string target = toFolder ? nameIn(out, in, !options.volume.empty()) : out;
         if (!tryToWorkOn(in, target, options)) exitCode = ExitCode::kFailed;
-        work.setScale(1.0);
-        work.incrementBy(std::max(0.0, before + 1.0 - work.getValue()));
     }
     return exitCode;
 }

@@ -60,7 +60,7 @@ public:
     ///
     /// Where the calling thread has a level of `zaStackedProgress`, there is another one inside it
     /// while this runs, and a request to stop all work is answered: the result is then false,
-    /// without a message, and every row of the destinations is either finished or as it was.
+    /// without a message, and every sample of the destinations is either finished or as it was.
     ///
     /// @return whether all is done. False with an error in the log for lists that are empty or of
     ///         different lengths, for negative sizes or channels, for a source size of 0, for

@@ -232,7 +232,6 @@ private:
 
     std::size_t planeValues() const { return sizeOf(_tile.yEnd - _tile.yBegin) * _stride; }
 
-    Value* row(int y) { return _rows.data() + sizeOf(y) % _slots * _stride; }
     /// Its content is of no interest to anyone.
     Value* spareRow() { return _rows.data() + _slots * _stride; }
     Value* planeRow(int z, int y) {
@@ -261,10 +260,16 @@ private:
         const Size& src = _scaler._src;
         const std::size_t channels = sizeOf(_scaler._format.channels);
         const std::size_t bytes = sizeOf(src.width) * channels * _scaler._sampleSize;
+        const std::size_t rows = sizeOf(count);
+        const unsigned char* source =
+            _source + (sizeOf(_plane) * sizeOf(src.height) + sizeOf(_nextRow)) * bytes;
+        std::size_t slot = sizeOf(_nextRow) % _slots;
         for (std::size_t i = 0; i < _sources.size(); ++i) {
-            const std::size_t y = sizeOf(_nextRow) + std::min(i, sizeOf(count) - 1);
-            _sources[i] = _source + (sizeOf(_plane) * sizeOf(src.height) + y) * bytes;
-            _results[i] = i < sizeOf(count) ? row(_nextRow + static_cast<int>(i)) : spareRow();
+            // A kernel wants all its rows. Those that there are not are the last one, for nothing.
+            _sources[i] = source;
+            _results[i] = i < rows ? _rows.data() + slot * _stride : spareRow();
+            if (i + 1 < rows) source += bytes;
+            if (++slot == _slots) slot = 0;
         }
         for (const Chunk& chunk : _chunks) {
             _passes.horizontal(_sources.data(), src.width, chunk, _results.data(), _scratch.data());
