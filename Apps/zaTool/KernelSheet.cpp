@@ -1,6 +1,8 @@
 #include "KernelSheet.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstddef>
 #include <string>
 
 #define STB_EASY_FONT_IMPLEMENTATION
@@ -45,8 +47,9 @@ void write(Picture& picture, int left, int top, std::string text) {
         unsigned char colour[4];
     };
     Corner corners[4 * 256];
-    const int glyphs = stb_easy_font_print(0, 0, text.data(), nullptr, corners, sizeof corners);
-    for (const Corner* corner = corners; corner < corners + 4 * glyphs; corner += 4) {
+    const std::ptrdiff_t quads =
+        stb_easy_font_print(0, 0, text.data(), nullptr, corners, sizeof corners);
+    for (const Corner* corner = corners; corner < corners + 4 * quads; corner += 4) {
         for (int y = int(corner[0].y) * kTextScale; y < int(corner[2].y) * kTextScale; ++y) {
             for (int x = int(corner[0].x) * kTextScale; x < int(corner[2].x) * kTextScale; ++x) {
                 if (left + x < picture.layout.width && top + y < picture.layout.height)
@@ -61,8 +64,10 @@ void write(Picture& picture, int left, int top, std::string text) {
 /// The size within a panel that has the picture's proportions.
 ImageScaling::Size fitted(const ImageScaling::Layout& layout) {
     const double scale = static_cast<double>(kPanel) / std::max(layout.width, layout.height);
-    return {std::max(1, static_cast<int>(layout.width * scale + 0.5)),
-            std::max(1, static_cast<int>(layout.height * scale + 0.5)), 1};
+    const auto scaled = [=](int size) {
+        return std::max(1, static_cast<int>(std::lround(size * scale)));
+    };
+    return {scaled(layout.width), scaled(layout.height), 1};
 }
 
 /// The middle that fills a panel of that size when it is enlarged.

@@ -203,7 +203,7 @@ bool ImageScaler::scale(const std::vector<const unsigned char*>& sources,
     }
     std::optional<SeparableScaler> fast;
     if (const auto* pixels = dynamic_cast<const ImagePixelHandler*>(&handler);
-        pixels && !isEmpty(dst) && channels > 0)
+        pixels && !isEmpty(dst) && channels > 0 && channels <= SeparableScaler::kMaxChannels)
         fast.emplace(*pixels, channels, src, dst, tables);
     ScalingProgress progress(static_cast<double>(sources.size()) * dstHeight * dstDepth);
     for (std::size_t i = 0; i < sources.size(); ++i) {

@@ -24,6 +24,10 @@ namespace {
 // results, whatever the number of channels.
 constexpr int kGroup = 8;
 
+constexpr std::size_t stageSize(int channels) {
+    return static_cast<std::size_t>(kGroup) * static_cast<std::size_t>(channels);
+}
+
 std::int32_t halfOf(int shift) {
     return shift > 0 ? std::int32_t{1} << (shift - 1) : 0;
 }
@@ -32,7 +36,7 @@ std::int32_t halfOf(int shift) {
 
 constexpr int kByteRows = 8;
 constexpr int kByteTaps = 2;
-constexpr std::size_t kUnit = 2 * kByteRows;    // values: two taps of each row
+constexpr std::size_t kUnit = std::size_t{2} * kByteRows;  // values: two taps of each row
 constexpr std::size_t kUnitSlack = 16 * kUnit;  // what one step of the transposition may exceed
 
 using Row = const unsigned char*;
@@ -50,7 +54,7 @@ std::size_t unitsOf(int pixels, int channels) {
 }
 
 std::size_t byteScratchSize(int pixels, int channels) {
-    const std::size_t stage = static_cast<std::size_t>(kGroup * channels) * sizeof(__m256i);
+    const std::size_t stage = stageSize(channels) * sizeof(__m256i);
     return stage + (unitsOf(pixels, channels) * kUnit + kUnitSlack) * sizeof(std::int16_t);
 }
 
@@ -111,7 +115,7 @@ ZA_AVX2 ZA_INLINE void transposeStep(const Row* rows, std::ptrdiff_t at, std::in
 
 template <int kChannels>
 ZA_AVX2 void transpose(const ByteKernels::Work& work, std::int16_t* units) {
-    constexpr int kHalf = kHalfStep<kChannels>, kRead = kHalf + 16;
+    constexpr std::ptrdiff_t kHalf = kHalfStep<kChannels>, kRead = kHalf + 16;
     const std::size_t count = unitsOf(work.end - work.begin, kChannels);
     const std::ptrdiff_t rowEnd = static_cast<std::ptrdiff_t>(work.width) * kChannels;
     std::ptrdiff_t at = static_cast<std::ptrdiff_t>(work.begin) * kChannels;
@@ -139,10 +143,10 @@ void transposeAny(const ByteKernels::Work& work, std::int16_t* units) {
     for (int x = work.begin; x < work.end; x += 2) {
         for (int channel = 0; channel < channels; ++channel) {
             const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(x) * channels + channel;
-            ZA_UNROLL
             for (std::size_t i = 0; i < kByteRows; ++i) {
-                *units++ = x < work.width ? work.rows[i][at] : std::int16_t{0};
-                *units++ = x + 1 < work.width ? work.rows[i][at + channels] : std::int16_t{0};
+                const unsigned char none = 0;
+                *units++ = x < work.width ? work.rows[i][at] : none;
+                *units++ = x + 1 < work.width ? work.rows[i][at + channels] : none;
             }
         }
     }
@@ -225,7 +229,7 @@ ZA_AVX2 void sumRows(const ByteKernels::Work& work, const std::int16_t* units, _
 
 ZA_AVX2 void horizontalBytes(const ByteKernels::Work& work) {
     auto* stage = static_cast<__m256i*>(work.scratch);
-    auto* units = reinterpret_cast<std::int16_t*>(stage + kGroup * work.channels);
+    auto* units = reinterpret_cast<std::int16_t*>(stage + stageSize(work.channels));
     switch (work.channels) {
         case 1:
             transpose<1>(work, units);
@@ -310,7 +314,7 @@ std::size_t wideScratchSize(int pixels, int channels) {
     // Whole blocks of four values are transposed.
     const std::size_t values =
         static_cast<std::size_t>(pixels) * static_cast<std::size_t>(channels) + kWideRows;
-    return (values + static_cast<std::size_t>(kGroup * channels)) * sizeof(__m256d);
+    return (values + stageSize(channels)) * sizeof(__m256d);
 }
 
 /// Four rows by four values.
@@ -386,7 +390,7 @@ ZA_AVX2 void sumRowsWide(const WideKernels::Work& work, const __m256d* columns, 
 
 ZA_AVX2 void horizontalWide(const WideKernels::Work& work) {
     auto* stage = static_cast<__m256d*>(work.scratch);
-    __m256d* columns = stage + kGroup * work.channels;
+    __m256d* columns = stage + stageSize(work.channels);
     transposeWide(work, columns);
     switch (work.channels) {
         case 2:

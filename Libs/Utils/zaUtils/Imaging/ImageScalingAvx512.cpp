@@ -28,6 +28,11 @@ namespace {
 constexpr int kRows = 16;
 constexpr int kTaps = 4;
 constexpr int kGroup = 8;  // outputs that are transposed back at a time
+
+constexpr std::size_t stageSize(int channels) {
+    return static_cast<std::size_t>(kGroup) * static_cast<std::size_t>(channels);
+}
+
 constexpr std::size_t kUnit = sizeof(__m512i);
 constexpr std::size_t kUnitSlack = 4 * kUnit;
 
@@ -65,8 +70,7 @@ std::size_t unitsOf(int pixels, int channels) {
 }
 
 std::size_t scratchSize(int pixels, int channels) {
-    return static_cast<std::size_t>(kGroup * channels) * sizeof(__m512i) +
-           unitsOf(pixels, channels) * kUnit + kUnitSlack;
+    return stageSize(channels) * sizeof(__m512i) + unitsOf(pixels, channels) * kUnit + kUnitSlack;
 }
 
 /// Splits weights, of which there are whole groups of four: their low bytes, as signed numbers,
@@ -252,7 +256,7 @@ ZA_AVX512 void sumRows(const ByteKernels::Work& work, const unsigned char* units
 
 ZA_AVX512 void horizontal(const ByteKernels::Work& work) {
     auto* stage = static_cast<__m512i*>(work.scratch);
-    auto* units = reinterpret_cast<unsigned char*>(stage + kGroup * work.channels);
+    auto* units = reinterpret_cast<unsigned char*>(stage + stageSize(work.channels));
     switch (work.channels) {
         case 1:
             transpose<1>(work, units);

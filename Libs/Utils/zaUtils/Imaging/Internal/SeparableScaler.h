@@ -28,6 +28,9 @@ struct Window {
 /// the planes) that are needed at a time.
 class SeparableScaler {
 public:
+    /// What the memory of the passes is made for.
+    static constexpr int kMaxChannels = 1024;
+
     struct Limits {
         int tiles;          ///< how many tiles are worth it; more are made to save memory
         std::size_t bytes;  ///< for each tile in progress; a floor that small pieces may exceed
