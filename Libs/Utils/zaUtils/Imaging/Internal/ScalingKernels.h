@@ -18,8 +18,7 @@ struct Taps {
 /// What lies behind each row that a kernel reads or writes, to be read or overwritten freely.
 constexpr std::size_t kRowSlack = 64;
 
-/// A piece of work along rows, on several rows at a time. `Value` is what is added up, `Sum` what
-/// sums are kept in.
+/// A piece of work along rows, on several rows at a time. `Value` is what weights and results are.
 template <typename Source, typename Value>
 struct Horizontal {
     const Source* const* rows;  ///< as many as a kernel does at a time
