@@ -88,8 +88,9 @@ public:
         EXPECT_EQ(*destination, 2);
         EXPECT_EQ(value, channel + 0.5);
         EXPECT_EQ(pending().channel, channel);
-        Call& call =
-            calls[static_cast<std::size_t>(((z * height + y) * width + x) * channels + channel)];
+        std::ptrdiff_t sample = z;
+        sample = ((sample * height + y) * width + x) * channels + channel;
+        Call& call = calls[std::size_t(sample)];
         const int count = call.count + 1;
         call = pending();
         call.count = count;
