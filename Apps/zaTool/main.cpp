@@ -3,18 +3,21 @@
 #include <cerrno>
 #include <cstdio>
 #include <exception>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "Base64Command.h"
 #include "ChecksumCommand.h"
+#include "CrashCommand.h"
 #include "ExitCode.h"
 #include "HashCommand.h"
 #include "InfoCommand.h"
 #include "LogCommand.h"
 #include "ScaleCommand.h"
 #include "ShaderCommand.h"
+#include "StackCommand.h"
 #include "TerminalQuestions.h"
 #include "zaUtils/Files/zaFile.h"
 #include "zaUtils/Logging/zaLog.h"
@@ -52,7 +55,7 @@ int showParseResult(const CLI::App& app, const CLI::ParseError& result) {
     return code == 0 ? ExitCode::kSuccess : ExitCode::kUsage;
 }
 
-int runCommand(std::vector<std::string> arguments) {
+int runCommand(std::vector<std::string> arguments, std::function<void()>& afterwards) {
     CLI::App app("Works on data files, logs and pictures from the command line.", "zaTool");
     app.allow_windows_style_options(false);  // "/data/a.dat" is a file
     app.set_version_flag("--version", "zaTool " ZATOOL_VERSION);
@@ -62,9 +65,11 @@ int runCommand(std::vector<std::string> arguments) {
     addHashCommand(app, exitCode);
     addBase64Command(app, exitCode);
     addShaderCommand(app, exitCode);
-    addLogCommand(app, exitCode);
     addScaleCommand(app, exitCode);
+    addLogCommand(app, exitCode);
     addInfoCommand(app);
+    addStackCommand(app, exitCode);
+    addCrashCommand(app, afterwards);
 
     protectBrackets(arguments);
     std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
@@ -84,16 +89,23 @@ int flushOutput(int exitCode) {
     return ExitCode::kFailed;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int runGuarded(int argc, char** argv, std::function<void()>& afterwards) {
     try {
         installTerminalQuestions();
-        return flushOutput(runCommand(zaConsole::getArguments(argc, argv)));
+        return flushOutput(runCommand(zaConsole::getArguments(argc, argv), afterwards));
     } catch (const std::exception& failure) {
         zaLog::errorIPython((std::string("zaTool: internal error: ") + failure.what()).c_str());
     } catch (...) {
         zaLog::errorIPython("zaTool: internal error");
     }
     return ExitCode::kInternalError;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::function<void()> afterwards;
+    const int exitCode = runGuarded(argc, argv, afterwards);
+    if (afterwards) afterwards();
+    return exitCode;
 }

@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "zaUtils/Logging/Internal/LogRing.h"
 #include "zaUtils/Os/Clock.h"
 #include "zaUtils/Os/Console.h"
 #include "zaUtils/Os/ThreadSlot.h"
@@ -346,6 +347,9 @@ void zaLog::write(Kind kind, const char* msg, int flags, bool alternate) {
     const LogLock lock;
     const KindTraits& kindTraits = traits(kind);
     if (kind == Kind::Error) _last_error = msg;
+    if (za::log::LogRing& ring = za::log::logRing(); ring.isEnabled()) {
+        ring.add(*kindTraits.word, msg, za::os::secondsNow());
+    }
     if (const Callback call = callback(kind); call && (flags & ToCallback)) call(msg);
     const int type = kindTraits.consoleType + (alternate ? kAlternateConsoleType : 0);
     colorOutput(type, msg);

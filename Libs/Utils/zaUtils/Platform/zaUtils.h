@@ -114,6 +114,15 @@ public:
     static void beep();
     /// @}
 
+    /// @name Back traces
+    /// @{
+
+    /// Prints the calling thread's stack to standard error, one line per frame.
+    static void printBTalways();
+    /// Deliberately does nothing: the place for a stack print that is switched off.
+    static void printBT();
+    /// @}
+
     /// @name Packed shader text
     /// Shaders are shipped as two 32-bit lengths, unpacked and packed, lowest byte first, and one
     /// zstd frame of the packed length. Calls take turns, from all threads.
