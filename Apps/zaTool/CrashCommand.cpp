@@ -88,6 +88,11 @@ void callPureFunction() {
     g_sink = shape->area();
 }
 
+template <typename T>
+T* pointerTo(std::uintptr_t address) {
+    return reinterpret_cast<T*>(address);  // NOLINT(performance-no-int-to-ptr)
+}
+
 /// Overwrites what the allocator keeps in and between its blocks, then goes on with it.
 void corruptHeap() {
     constexpr std::size_t kSize = 64;
@@ -96,16 +101,16 @@ void corruptHeap() {
     for (std::uintptr_t& block : blocks)
         block = reinterpret_cast<std::uintptr_t>(std::malloc(kSize));
     for (int i = 0; i < kBlocks; i += 2)
-        std::free(reinterpret_cast<void*>(blocks[i]));
+        std::free(pointerTo<void>(blocks[i]));
     for (const std::uintptr_t block : blocks) {
-        auto* volatile bytes = reinterpret_cast<volatile char*>(block);
+        auto* volatile bytes = pointerTo<volatile char>(block);
         for (std::size_t i = 0; i < kSize + 16; ++i)
             bytes[i] = '\x5A';
     }
     for (int i = 0; i < kBlocks; ++i)
         blocks[i] = reinterpret_cast<std::uintptr_t>(std::malloc(kSize));
     for (const std::uintptr_t block : blocks)
-        std::free(reinterpret_cast<void*>(block));
+        std::free(pointerTo<void>(block));
     g_sink = 1;
 }
 

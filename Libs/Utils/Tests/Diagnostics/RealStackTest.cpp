@@ -205,19 +205,22 @@ TEST(RealStack, SurvivesWildRegisters) {
     }
 }
 
+void* noHandle() {
+    return reinterpret_cast<void*>(0x7FFFFFF0ull);  // NOLINT(performance-no-int-to-ptr)
+}
+
 TEST(RealStack, FailsForWhatIsNoThreadAndNoProcess) {
     Frames walker;
-    for (void* thread : {static_cast<void*>(nullptr), reinterpret_cast<void*>(0x7FFFFFF0ull)}) {
+    for (void* thread : {static_cast<void*>(nullptr), noHandle()}) {
         EXPECT_FALSE(walker.ShowCallstack(thread));
         EXPECT_EQ(walker.getOutput().find("RealStackTest"), std::string::npos);
     }
     constexpr unsigned long kNoProcess = 0x7FFFFFF0;
     EXPECT_EQ(zaStackWalker::openProcess(kNoProcess), nullptr);
     EXPECT_TRUE(zaStackWalker::getThreadIds(kNoProcess).empty());
-    Frames ofNone(zaStackWalker::OptSymbols, nullptr, kNoProcess,
-                  reinterpret_cast<void*>(0x7FFFFFF0ull));
+    Frames ofNone(zaStackWalker::OptSymbols, nullptr, kNoProcess, noHandle());
     EXPECT_FALSE(ofNone.LoadModules());
-    EXPECT_FALSE(ofNone.ShowCallstack(reinterpret_cast<void*>(0x7FFFFFF0ull)));
+    EXPECT_FALSE(ofNone.ShowCallstack(noHandle()));
 }
 
 struct LimitedReads {

@@ -22,7 +22,9 @@ public:
     ScriptedStack(const ScriptedStack&) = delete;
     ScriptedStack& operator=(const ScriptedStack&) = delete;
 
-    static void* handle(std::uintptr_t id) { return reinterpret_cast<void*>(id); }
+    static void* handle(std::uintptr_t id) {
+        return reinterpret_cast<void*>(id);  // NOLINT(performance-no-int-to-ptr)
+    }
 
     // --- answers ---
 

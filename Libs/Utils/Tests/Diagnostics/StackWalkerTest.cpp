@@ -175,8 +175,9 @@ TEST(StackWalker, BuildsTheSearchPathWhenTold) {
     script.directory = std::string(1024, 'd');
     for (const auto& [size, fits] : {std::pair(4095 - 11, true), std::pair(4095 - 10, false)}) {
         const std::string user(static_cast<std::size_t>(size), 'u');
-        EXPECT_EQ(pathWith(zaStackWalker::OptBuildSearchPath, user.c_str()),
-                  fits ? user + ";" + rest : user + ";.;");
+        std::string expected = user;
+        expected += fits ? ";" + rest : ";.;";
+        EXPECT_EQ(pathWith(zaStackWalker::OptBuildSearchPath, user.c_str()), expected);
     }
     EXPECT_EQ(pathWith(0, std::string(4096, 'u').c_str()), rest);
     script.directory = std::string(1023, 'd');

@@ -38,7 +38,8 @@ void* handleOfThisThread() {
 bool readOwnMemory(unsigned long long base, void* buffer, unsigned long size,
                    unsigned long* bytesRead) {
     const iovec local = {buffer, size};
-    const iovec remote = {reinterpret_cast<void*>(base), size};
+    auto* from = reinterpret_cast<void*>(base);  // NOLINT(performance-no-int-to-ptr)
+    const iovec remote = {from, size};
     const ssize_t count = ::process_vm_readv(::getpid(), &local, 1, &remote, 1, 0);
     *bytesRead = count > 0 ? static_cast<unsigned long>(count) : 0;
     return *bytesRead == size;

@@ -154,7 +154,8 @@ private:
         _minimumInstruction = c.get<std::uint8_t>();
         if (_version >= 4) c.skip(1);  // operations of an instruction
         c.skip(1);                     // whether lines are statements at first
-        _lineBase = c.get<std::int8_t>();
+        const int lineBase = c.get<std::uint8_t>();
+        _lineBase = lineBase < 128 ? lineBase : lineBase - 256;
         _lineRange = c.get<std::uint8_t>();
         _opcodeBase = c.get<std::uint8_t>();
         _operandCounts = c.position();

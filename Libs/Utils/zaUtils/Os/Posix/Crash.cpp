@@ -47,6 +47,12 @@ pid_t callingThread() {
     return static_cast<pid_t>(::syscall(SYS_gettid));
 }
 
+/// What lies at an address of this process.
+template <typename T>
+T* pointerTo(std::uint64_t address) {
+    return reinterpret_cast<T*>(address);  // NOLINT(performance-no-int-to-ptr)
+}
+
 /// True for the first thread that crashes. The others wait until its report is written, or should
 /// be.
 bool beginReport() {
@@ -117,7 +123,7 @@ void describeThread(int error) {
 
 bool readWord(std::uint64_t address, std::uint64_t& word) {
     const iovec local = {&word, sizeof word};
-    const iovec remote = {reinterpret_cast<void*>(address), sizeof word};
+    const iovec remote = {pointerTo<void>(address), sizeof word};
     return ::process_vm_readv(::getpid(), &local, 1, &remote, 1, 0) == sizeof word;
 }
 
@@ -189,7 +195,7 @@ void onFatalSignal(int signal, siginfo_t* information, void* context) {
 /// A thread's stack for signal handlers, with a page in front that nobody may touch.
 struct SignalStack {
     static constexpr std::size_t kGuard = 4096;
-    static constexpr std::size_t kSize = 256 * 1024;
+    static constexpr std::size_t kSize = std::size_t{256} * 1024;
 
     void* memory;
     stack_t before;
@@ -246,9 +252,9 @@ private:
 
 /// Reads the note that identifies the build, from the module's memory.
 void readBuildId(CrashModule& module) {
-    const auto* header = reinterpret_cast<const Elf64_Ehdr*>(module.base);
+    const auto* header = pointerTo<const Elf64_Ehdr>(module.base);
     if (std::memcmp(header->e_ident, ELFMAG, SELFMAG) != 0) return;
-    const auto* segment = reinterpret_cast<const Elf64_Phdr*>(module.base + header->e_phoff);
+    const auto* segment = pointerTo<const Elf64_Phdr>(module.base + header->e_phoff);
     std::uint64_t linkedAt = 0;
     for (int i = header->e_phnum - 1; i >= 0; --i)
         if (segment[i].p_type == PT_LOAD) linkedAt = segment[i].p_vaddr & ~std::uint64_t{4095};
@@ -257,11 +263,11 @@ void readBuildId(CrashModule& module) {
         std::uint64_t at = module.base + segment[i].p_vaddr - linkedAt;
         const std::uint64_t end = at + segment[i].p_memsz;
         while (at + sizeof(Elf64_Nhdr) < end) {
-            const auto* note = reinterpret_cast<const Elf64_Nhdr*>(at);
+            const auto* note = pointerTo<const Elf64_Nhdr>(at);
             const auto padded = [](std::uint64_t size) { return (size + 3) & ~std::uint64_t{3}; };
             const std::uint64_t content = at + sizeof(Elf64_Nhdr) + padded(note->n_namesz);
             if (note->n_type == NT_GNU_BUILD_ID) {
-                const auto* id = reinterpret_cast<const unsigned char*>(content);
+                const auto* id = pointerTo<const unsigned char>(content);
                 for (unsigned k = 0; k < note->n_descsz && 2 * k + 3 < sizeof module.version; ++k)
                     std::snprintf(module.version + 2 * std::size_t{k}, 3, "%02x", id[k]);
                 return;

@@ -285,6 +285,7 @@ const char* Symbols::findLine(Dwfl_Module* module, std::uint64_t address, int& n
 /// What the loader knows of its modules, without a symbol library.
 void Symbols::locateWithLoader(std::uint64_t address, Location& location) {
     Dl_info information;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
     const auto* pointer = reinterpret_cast<const void*>(address);
     if (::dladdr(pointer, &information) == 0 || !information.dli_fname) return;
     location.hasModule = true;

@@ -36,7 +36,7 @@ namespace {
 // A handle is the id of the process or thread, which is never 0.
 
 void* toHandle(unsigned long id) {
-    return reinterpret_cast<void*>(id);
+    return reinterpret_cast<void*>(id);  // NOLINT(performance-no-int-to-ptr)
 }
 
 pid_t toId(void* handle) {
@@ -283,7 +283,8 @@ public:
     bool readProcessMemory(void* process, std::uint64_t base, void* buffer, std::size_t size,
                            std::size_t& bytesRead) override {
         const iovec local = {buffer, size};
-        const iovec remote = {reinterpret_cast<void*>(base), size};
+        auto* from = reinterpret_cast<void*>(base);  // NOLINT(performance-no-int-to-ptr)
+        const iovec remote = {from, size};
         const ssize_t count = ::process_vm_readv(toId(process), &local, 1, &remote, 1, 0);
         bytesRead = count > 0 ? static_cast<std::size_t>(count) : 0;
         return bytesRead == size;
