@@ -108,6 +108,8 @@ struct Debug {
 struct Queries {
     SymbolQuery* first;
     std::size_t count;
+    std::uint64_t lowest = ~std::uint64_t{0};  ///< of all offsets
+    std::uint64_t highest = 0;
     SymbolQuery* begin() const { return first; }
     SymbolQuery* end() const { return first + count; }
 };
@@ -232,6 +234,9 @@ private:
     }
 
     void match(const Queries& queries, const Row& row, std::uint64_t end) const {
+        // Most rows lie outside of what is asked for.
+        if (end <= _debug.linkedAt + queries.lowest) return;
+        if (row.address > _debug.linkedAt + queries.highest) return;
         for (SymbolQuery& query : queries) {
             const std::uint64_t address = _debug.linkedAt + query.offset;
             if (address < row.address || address >= end || query.file) continue;
@@ -365,7 +370,8 @@ void findLines(const Debug& debug, const Queries& queries) {
 /// Takes a function's symbol for those queries that it is the nearest one below of.
 void offer(const Queries& queries, std::uint64_t* starts, std::uint64_t start, std::uint64_t size,
            const char* name) {
-    if (!name || *name == '\0') return;
+    if (!name || *name == '\0' || start > queries.highest) return;
+    if (size != 0 && start + size <= queries.lowest) return;
     for (std::size_t i = 0; i < queries.count; ++i) {
         SymbolQuery& query = queries.first[i];
         if (query.offset < start || (size != 0 && query.offset >= start + size)) continue;
@@ -549,8 +555,13 @@ void findSymbols(const void* data, std::size_t size, SymbolQuery* queries, std::
     const Bytes image(data, size);
     for (; count > 0;) {
         const std::size_t some = count < kMostQueries ? count : kMostQueries;
-        if (image.read<std::uint32_t>(0) == 0x464C457F) readElf(image, {queries, some});
-        if (image.read<std::uint16_t>(0) == 0x5A4D) readPe(image, {queries, some});
+        Queries asked{queries, some};
+        for (const SymbolQuery& query : asked) {
+            if (query.offset < asked.lowest) asked.lowest = query.offset;
+            if (query.offset > asked.highest) asked.highest = query.offset;
+        }
+        if (image.read<std::uint32_t>(0) == 0x464C457F) readElf(image, asked);
+        if (image.read<std::uint16_t>(0) == 0x5A4D) readPe(image, asked);
         queries += some;
         count -= some;
     }
