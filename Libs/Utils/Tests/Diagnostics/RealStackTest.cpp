@@ -174,7 +174,7 @@ TEST(RealStack, SurvivesThreadsThatEndMeanwhile) {
 
 // Stopped at any moment, most often with the allocator's lock held.
 TEST(RealStack, NeverHangsOrLeaksOnAThreadThatAllocates) {
-    const int walks = std::getenv("ZA_TEST_ALL") ? 10000 : 300;
+    const int walks = std::getenv("ZA_TEST_ALL") ? 10000 : 100;
     OtherThread other(true);
     Frames walker;
     std::size_t before = 0;
