@@ -9,13 +9,17 @@ constexpr double kDelayOnTerminal = 1.0, kDelayElsewhere = 5.0;
 
 /// Sets the display up, which must have been done when the level begins.
 zaConsoleProgress* prepared(zaConsoleProgress& console, std::uint64_t total) {
-    const bool isTerminal = zaConsole::isTerminal(zaConsole::Stream::Error);
-    console.setDelay(isTerminal ? kDelayOnTerminal : kDelayElsewhere);
+    showOnlyLongWork(console);
     console.setWhole(static_cast<double>(total) / 1e6, " MB");
     return &console;
 }
 
 }  // namespace
+
+void showOnlyLongWork(zaConsoleProgress& console) {
+    const bool isTerminal = zaConsole::isTerminal(zaConsole::Stream::Error);
+    console.setDelay(isTerminal ? kDelayOnTerminal : kDelayElsewhere);
+}
 
 ByteProgress::ByteProgress(const std::string& text, std::uint64_t total)
     : _level(text, static_cast<double>(total), prepared(_console, total)) {}

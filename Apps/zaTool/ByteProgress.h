@@ -6,6 +6,9 @@
 #include "zaUtils/Progress/zaConsoleProgress.h"
 #include "zaUtils/Progress/zaStackedProgress.h"
 
+/// Lets the display wait for a moment, so that short work shows nothing.
+void showOnlyLongWork(zaConsoleProgress& console);
+
 /// The progress of work on so many bytes, shown on standard error when it takes longer than a
 /// moment. Ctrl-C asks the work to stop.
 class ByteProgress {

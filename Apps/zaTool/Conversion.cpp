@@ -5,12 +5,11 @@
 #include "InputFile.h"
 #include "OutputFile.h"
 #include "TerminalText.h"
-#include "zaUtils/Logging/zaLog.h"
 
 namespace {
 
 int fail(const std::string& file, const std::string& problem) {
-    zaLog::errorIPython(withoutControlCharacters(file + ": " + problem).c_str());
+    reportProblem(file, problem);
     return ExitCode::kFailed;
 }
 

@@ -120,7 +120,7 @@ void LogReport::addFailure(const std::string& file, const std::string& problem) 
     if (_form == Form::JsonDocument) {
         _failures.emplace_back(file, problem);
     } else {
-        zaLog::errorIPython(withoutControlCharacters(file + ": " + problem).c_str());
+        reportProblem(file, problem);
     }
 }
 

@@ -1,31 +1,23 @@
 #include "Picture.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <new>
-#include <system_error>
 
 #include "PictureCodecs.h"
-#include "zaUtils/Files/zaFile.h"
 #include "zaUtils/Strings/zaString.h"
 
 namespace {
 
 using Sample = ImagePixelHandler::Sample;
 
-std::string lastReason() {
-    const int code = errno;
-    return code == 0 ? "unknown reason" : std::generic_category().message(code);
-}
-
 /// A file's content that the decoder takes piece by piece, and whether it wanted more than there
 /// is.
 class Content {
 public:
-    explicit Content(const std::vector<char>& bytes) : _bytes(bytes) {}
+    explicit Content(std::string_view bytes) : _bytes(bytes) {}
 
     int read(char* to, int size) {
         const std::size_t count = std::min(static_cast<std::size_t>(size), _bytes.size() - _at);
@@ -57,7 +49,7 @@ public:
     }
 
 private:
-    const std::vector<char>& _bytes;
+    const std::string_view _bytes;
     std::size_t _at = 0;
     bool _isShort = false;
 };
@@ -69,56 +61,14 @@ struct Decoded {
 };
 
 template <typename Function>
-auto ask(const std::vector<char>& bytes, const Function& function) {
+auto ask(std::string_view bytes, const Function& function) {
     Content content(bytes);
     return function(&Content::callbacks(), &content);
 }
 
-Sample sampleOf(const std::vector<char>& bytes) {
+Sample sampleOf(std::string_view bytes) {
     if (ask(bytes, stbi_is_hdr_from_callbacks) != 0) return Sample::Float;
     return ask(bytes, stbi_is_16_bit_from_callbacks) != 0 ? Sample::UInt16 : Sample::UInt8;
-}
-
-std::string decode(const std::vector<char>& bytes, Picture& picture) {
-    const char* const early = "is no picture, or a part of one: it ends too early";
-    if (bytes.empty()) return early;
-    ImageScaling::Layout& layout = picture.layout;
-    layout.sample = sampleOf(bytes);
-    picture.isLight = layout.sample == Sample::Float;
-    Content content(bytes);
-    const stbi_io_callbacks* calls = &Content::callbacks();
-    int *width = &layout.width, *height = &layout.height, *channels = &layout.channels;
-    const Decoded decoded{
-        layout.sample == Sample::Float ? static_cast<void*>(stbi_loadf_from_callbacks(
-                                             calls, &content, width, height, channels, 0))
-        : layout.sample == Sample::UInt16
-            ? static_cast<void*>(
-                  stbi_load_16_from_callbacks(calls, &content, width, height, channels, 0))
-            : stbi_load_from_callbacks(calls, &content, width, height, channels, 0)};
-    if (content.isShort()) return early;
-    if (!decoded.pixels)
-        return std::string("is no picture that can be read: ") + stbi_failure_reason();
-    const bool hasOpacity = layout.channels == 2 || layout.channels == 4;
-    layout.options = hasOpacity ? ImagePixelHandler::LastIsAlpha : 0U;
-    const auto* first = static_cast<const unsigned char*>(decoded.pixels);
-    picture.pixels.assign(first, first + bytesOf(layout));
-    return {};
-}
-
-std::string readBytes(const std::string& file, std::vector<char>& bytes) {
-    errno = 0;
-    if (zaFile::read(file, bytes)) return {};
-    if (errno != 0 || !zaFile::exists(file)) return "cannot be read: " + lastReason();
-    bytes.clear();
-    return {};
-}
-
-std::string writeBytes(const std::string& file, const std::string& bytes) {
-    errno = 0;
-    if (zaFile::write(file, bytes)) return {};
-    const std::string reason = lastReason();
-    zaFile::remove(file);
-    return "cannot be written: " + reason;
 }
 
 // --- encoding ---
@@ -233,15 +183,33 @@ private:
 
 }  // namespace
 
-std::string readPicture(const std::string& file, Picture& picture) {
-    std::vector<char> bytes;
-    std::string problem = readBytes(file, bytes);
-    if (!problem.empty()) return problem;
-    return decode(bytes, picture);
+std::string decodePicture(std::string_view bytes, Picture& picture) {
+    const char* const early = "is no picture, or a part of one: it ends too early";
+    if (bytes.empty()) return early;
+    ImageScaling::Layout& layout = picture.layout;
+    layout.sample = sampleOf(bytes);
+    picture.isLight = layout.sample == Sample::Float;
+    Content content(bytes);
+    const stbi_io_callbacks* calls = &Content::callbacks();
+    int *width = &layout.width, *height = &layout.height, *channels = &layout.channels;
+    const Decoded decoded{
+        layout.sample == Sample::Float ? static_cast<void*>(stbi_loadf_from_callbacks(
+                                             calls, &content, width, height, channels, 0))
+        : layout.sample == Sample::UInt16
+            ? static_cast<void*>(
+                  stbi_load_16_from_callbacks(calls, &content, width, height, channels, 0))
+            : stbi_load_from_callbacks(calls, &content, width, height, channels, 0)};
+    if (content.isShort()) return early;
+    if (!decoded.pixels)
+        return std::string("is no picture that can be read: ") + stbi_failure_reason();
+    const bool hasOpacity = layout.channels == 2 || layout.channels == 4;
+    layout.options = hasOpacity ? ImagePixelHandler::LastIsAlpha : 0U;
+    const auto* first = static_cast<const unsigned char*>(decoded.pixels);
+    picture.pixels.assign(first, first + bytesOf(layout));
+    return {};
 }
 
-std::string writePicture(const std::string& file, const Picture& picture) {
-    std::string bytes;
+std::string encodePicture(const std::string& file, const Picture& picture, std::string& bytes) {
     bool isDone = false;
     switch (formatOf(file)) {
         case Format::Png:
@@ -256,24 +224,16 @@ std::string writePicture(const std::string& file, const Picture& picture) {
         case Format::None:
             return "cannot be written: its extension stands for no known format";
     }
-    if (!isDone) return "cannot be written: the format does not hold a picture of this size";
-    return writeBytes(file, bytes);
+    return isDone ? "" : "cannot be written: the format does not hold a picture of this size";
 }
 
-std::string readSamples(const std::string& file, Picture& picture) {
-    std::vector<char> bytes;
-    std::string problem = readBytes(file, bytes);
-    if (!problem.empty()) return problem;
+std::string takeSamples(std::string_view bytes, Picture& picture) {
     const std::size_t size = bytesOf(picture.layout);
     if (bytes.size() != size)
         return "has " + std::to_string(bytes.size()) + " bytes, and a volume of this size has " +
                std::to_string(size);
     picture.pixels.assign(bytes.begin(), bytes.end());
     return {};
-}
-
-std::string writeSamples(const std::string& file, const Picture& picture) {
-    return writeBytes(file, std::string(picture.pixels.begin(), picture.pixels.end()));
 }
 
 bool isPictureName(const std::string& file) {

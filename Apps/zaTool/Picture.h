@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "zaUtils/Imaging/ImageScaling.h"
@@ -12,26 +13,25 @@ struct Picture {
     std::vector<unsigned char> pixels;
 };
 
-/// @name Pictures in files
-/// Each returns what went wrong, empty when nothing did.
+/// @name Pictures and the content of their files
+/// Each returns what is wrong with the file, empty when nothing is.
 /// @{
 
-/// Reads PNG, JPEG, BMP, TGA and Radiance HDR, whatever the name says: with as many channels as
-/// there are (a palette's are those of its colours), with 16 bits where a PNG has them, and with
-/// floats from HDR. A file that ends too early is no picture.
-std::string readPicture(const std::string& file, Picture& picture);
+/// From PNG, JPEG, BMP, TGA and Radiance HDR: with as many channels as there are (a palette's are
+/// those of its colours), with 16 bits where a PNG has them, and with floats from HDR. What ends
+/// too early is no picture.
+std::string decodePicture(std::string_view bytes, Picture& picture);
 
-/// Writes what the name's extension stands for: PNG, JPEG and HDR. JPEG and HDR hold no opacity,
-/// which is dropped. A file that cannot be written as a whole is removed.
-std::string writePicture(const std::string& file, const Picture& picture);
+/// To what the extension of the file's name stands for: PNG, JPEG and HDR. JPEG and HDR hold no
+/// opacity, which is dropped.
+std::string encodePicture(const std::string& file, const Picture& picture, std::string& bytes);
 
-/// Reads a file that is nothing but the samples of the picture's layout.
-std::string readSamples(const std::string& file, Picture& picture);
-std::string writeSamples(const std::string& file, const Picture& picture);
+/// From nothing but the samples of the picture's layout.
+std::string takeSamples(std::string_view bytes, Picture& picture);
 
 /// @}
 
-/// Whether there is a way to write a file of this name.
+/// Whether there is a format for a file of this name.
 bool isPictureName(const std::string& file);
 
 /// The same picture with samples of another type and encoding.

@@ -11,15 +11,16 @@
 #include <string>
 #include <vector>
 
+#include "ByteProgress.h"
 #include "ExitCode.h"
 #include "FileWalk.h"
+#include "InputFile.h"
 #include "KernelSheet.h"
 #include "OptionChecks.h"
+#include "OutputFile.h"
 #include "Picture.h"
 #include "TerminalText.h"
-#include "zaUtils/Files/zaFile.h"
 #include "zaUtils/Logging/zaLog.h"
-#include "zaUtils/Platform/zaConsole.h"
 #include "zaUtils/Progress/zaConsoleProgress.h"
 #include "zaUtils/Progress/zaStackedProgress.h"
 
@@ -109,13 +110,19 @@ void checkTogether(const Options& options) {
 
 // --- the work ---
 
-void logProblem(const std::string& file, const std::string& problem) {
-    zaLog::errorIPython(withoutControlCharacters(file + ": " + problem).c_str());
+int fail(const std::string& file, const std::string& problem) {
+    reportProblem(file, problem);
+    return ExitCode::kFailed;
 }
 
 /// @return what went wrong, empty when nothing did
 std::string read(const std::string& file, const Options& options, Picture& picture) {
-    if (options.volume.empty()) return readPicture(file, picture);
+    InputFile input(file);
+    std::string bytes;
+    for (std::string piece; input.read(piece);)
+        bytes += piece;
+    if (!input.problem().empty()) return input.problem();
+    if (options.volume.empty()) return decodePicture(bytes, picture);
     const std::size_t colon = options.volume.find(':');
     const std::vector<int> size = numbersOf(options.volume.substr(0, colon));
     picture.layout = {size[0],
@@ -124,7 +131,22 @@ std::string read(const std::string& file, const Options& options, Picture& pictu
                       1,
                       sampleNamed(options.volume.substr(colon + 1)).value_or(Sample::UInt8),
                       0};
-    return readSamples(file, picture);
+    return takeSamples(bytes, picture);
+}
+
+/// Writes the file as a whole, or leaves what there was.
+/// @return what went wrong, empty when nothing did
+std::string write(OutputFile& file, const std::string& name, const Options& options,
+                  const Picture& picture) {
+    std::string bytes;
+    if (options.volume.empty()) {
+        std::string problem = encodePicture(name, picture, bytes);
+        if (!problem.empty()) return problem;
+        file.write(bytes);
+    } else {
+        file.write({reinterpret_cast<const char*>(picture.pixels.data()), picture.pixels.size()});
+    }
+    return file.commit() ? "" : file.problem();
 }
 
 /// @return false, with an error in the log, when it is not done, and without one when cancelled
@@ -145,14 +167,13 @@ bool scale(const Picture& picture, const Options& options, Picture& result) {
                                options.kernel, options.width);
 }
 
-/// The same with its progress on the terminal, where Ctrl-C cancels it.
+/// The same with its progress, where Ctrl-C cancels it.
 bool scaleVisibly(const std::string& in, const Picture& picture, const Options& options,
                   Picture& result) {
     zaConsoleProgress console;
-    const bool isSeen = zaConsole::isTerminal(zaConsole::Stream::Error);
+    showOnlyLongWork(console);
     const zaStackedProgress progress("Scaling " + withoutControlCharacters(in),
-                                     options.compare ? kScalingsOfSheet : 1,
-                                     isSeen ? &console : nullptr);
+                                     options.compare ? kScalingsOfSheet : 1, &console);
     return scale(picture, options, result);
 }
 
@@ -165,42 +186,30 @@ std::string describe(const Picture& picture) {
 }
 
 /// @throws std::bad_alloc  there is not enough memory
-bool workOn(const std::string& in, const std::string& out, const Options& options) {
-    if (options.volume.empty() && !isPictureName(out)) {
-        logProblem(out, "is not the name of a PNG, JPEG or HDR file");
-        return false;
-    }
+int workOn(const std::string& in, const std::string& out, const Options& options) {
+    if (options.volume.empty() && !isPictureName(out))
+        return fail(out, "is not the name of a PNG, JPEG or HDR file");
     Picture picture, result;
     std::string problem = read(in, options, picture);
-    if (!problem.empty()) {
-        logProblem(in, problem);
-        return false;
-    }
-    if (!zaFile::checkWrite(out, true, true)) {
-        logProblem(out, "may not be written");
-        return false;
-    }
-    if (!scaleVisibly(in, picture, options, result)) {
-        logProblem(in, zaStackedProgress::s_cancelled ? "cancelled" : "is not scaled");
-        return false;
-    }
-    problem = options.volume.empty() ? writePicture(out, result) : writeSamples(out, result);
-    if (!problem.empty()) {
-        logProblem(out, problem);
-        return false;
-    }
-    zaLog::infoIPython(withoutControlCharacters(out + ": " + describe(result)).c_str());
-    return true;
+    if (!problem.empty()) return fail(in, problem);
+    OutputFile file(out);
+    if (!file.problem().empty()) return fail(out, file.problem());
+    if (!scaleVisibly(in, picture, options, result))
+        return zaStackedProgress::s_cancelled ? ExitCode::kInterrupted : fail(in, "is not scaled");
+    problem = write(file, out, options, result);
+    if (!problem.empty()) return fail(out, problem);
+    if (out != "-")
+        zaLog::infoIPython(withoutControlCharacters(out + ": " + describe(result)).c_str());
+    return ExitCode::kSuccess;
 }
 
-bool tryToWorkOn(const std::string& in, const std::string& out, const Options& options) {
+int tryToWorkOn(const std::string& in, const std::string& out, const Options& options) {
     try {
         return workOn(in, out, options);
     } catch (const std::bad_alloc&) {
     } catch (const std::length_error&) {
     }
-    logProblem(in, "needs more memory than there is");
-    return false;
+    return fail(in, "needs more memory than there is");
 }
 
 bool isFolder(const std::string& name) {
@@ -219,19 +228,16 @@ int run(const Options& options) {
     const std::string& out = options.names.back();
     const bool toFolder = isFolder(out);
     const std::vector<std::string> ins(options.names.begin(), options.names.end() - 1);
-    if (ins.size() > 1 && !toFolder) {
-        logProblem(out, "is no folder, which several files need");
-        return ExitCode::kFailed;
-    }
+    if (ins.size() > 1 && !toFolder) return fail(out, "is no folder, which several files need");
     // A request to stop holds until this level ends, after all files.
     const zaStackedProgress work("Scaling", static_cast<double>(ins.size()), nullptr);
     int exitCode = ExitCode::kSuccess;
     for (const std::string& in : ins) {
-        if (work.cancelled()) return ExitCode::kFailed;
+        if (work.cancelled()) break;
         const std::string target = toFolder ? nameIn(out, in, !options.volume.empty()) : out;
-        if (!tryToWorkOn(in, target, options)) exitCode = ExitCode::kFailed;
+        exitCode = ExitCode::worse(exitCode, tryToWorkOn(in, target, options));
     }
-    return exitCode;
+    return work.cancelled() ? ExitCode::kInterrupted : exitCode;
 }
 
 }  // namespace

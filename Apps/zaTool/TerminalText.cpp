@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "zaUtils/Files/zaFile.h"
+#include "zaUtils/Logging/zaLog.h"
 
 namespace {
 
@@ -43,6 +44,10 @@ std::string withoutControlCharacters(std::string text) {
         if (isC1At(text, i)) text.replace(i, 2, "?");
     }
     return text;
+}
+
+void reportProblem(const std::string& file, const std::string& problem) {
+    zaLog::errorIPython(withoutControlCharacters(file + ": " + problem).c_str());
 }
 
 std::string withoutControlCharactersInJson(const std::string& json) {

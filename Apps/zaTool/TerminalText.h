@@ -14,6 +14,9 @@ bool isPrintableAscii(std::string_view text);
 /// sequence U+FFFD.
 std::string withoutControlCharacters(std::string text);
 
+/// Says on standard error what is wrong with a file: "FILE: PROBLEM".
+void reportProblem(const std::string& file, const std::string& problem);
+
 /// A JSON text with those control characters escaped, too, that JSON allows in strings.
 std::string withoutControlCharactersInJson(const std::string& json);
 /// @}

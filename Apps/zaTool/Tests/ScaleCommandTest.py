@@ -214,6 +214,7 @@ class Scale(ToolTestCase):
                     "o.png", "--size", "999999999x999999999")
         self.expect(FAILED, "", "o.jpg: cannot be written: the format does not hold a picture of this "
                     "size\n", "scale", "long.png", "o.jpg", "--size", "70000x1")
+        self.assertFalse((self.folder / "o.jpg").exists())
         result = self.run_tool("scale", "wide.png", "o.png", "--size", "20000x1", "--width", "10000")
         self.assertEqual(FAILED, result.code)
         self.assertIn("the contributions need more than 1 GiB", result.err)
@@ -243,8 +244,9 @@ class Scale(ToolTestCase):
         self.make("o.png", b"mine")
         refused = self.run_tool("scale", "a.png", "o.png", "--size", "2x2")
         self.assertEqual(FAILED, refused.code)
-        self.assertTrue(refused.err.endswith("o.png: may not be written\n"), refused.err)
+        self.assertTrue(refused.err.endswith("o.png: not written\n"), refused.err)
         self.assertEqual(b"mine", self.content("o.png"))
+        self.assertEqual(["a.png", "o.png"], sorted(path.name for path in self.folder.iterdir()))
         with Terminal(self.folder, "scale", "a.png", "o.png", "--size", "2x2") as terminal:
             terminal.wait_for("Overwrite file?")
             terminal.type(b"y\r")

@@ -32,9 +32,9 @@ public:
     /// @return false, with nothing changed, when the folder is not so or the system refuses
     static bool install(const std::string& folder);
 
-    /// Lets the calling thread report an overflow of its own stack; `install` does it for its
-    /// thread. The system's other threads end without a report then, all their other crashes are
-    /// reported. Holds until the thread ends.
+    /// Lets the calling thread report an overflow of its own stack, until it ends; `install` does
+    /// it for its thread. Of an overflow in another thread there may be no report; its other
+    /// crashes are reported without this.
     /// @return false when the system refuses
     static bool prepareThread();
 };

@@ -15,7 +15,7 @@ typedef struct _CONTEXT CONTEXT;  // NOLINT(bugprone-reserved-identifier)
 ///
 ///     zaStackWalker walker;
 ///     if (walker.ShowCallstack(zaStackWalker::getCurrentThread()))
-///     puts(walker.getOutput().c_str());
+///         puts(walker.getOutput().c_str());
 ///
 /// Everything that is found goes through the notifications (On...), which a derived class may
 /// override; by default the frames are collected as text. The debug-help library that knows the

@@ -21,10 +21,10 @@ struct Extremes {
         for (const ImageScaler::Contribution& contribution : table) {
             double plus = 0.0, minus = 0.0;
             for (const double weight : contribution.weights) {
-                (weight < 0.0 ? minus : plus) += std::fabs(weight);
+                plus += std::max(weight, 0.0);  // what is no number stays so
+                minus += std::max(-weight, 0.0);
                 largest = std::max(largest, std::fabs(weight));
             }
-            // A sum that is no number stays one.
             isFinite = isFinite && std::isfinite(plus + minus);
             positive = std::max(positive, plus);
             negative = std::max(negative, minus);
@@ -110,6 +110,13 @@ void choose(const Extremes* extremes, int pass, int passes, const Values& before
     }
 }
 
+/// To the nearest, as long as there is no larger number than the weights' here: by a sum that has
+/// no room for anything behind the point.
+double rounded(double value) {
+    constexpr double kNoFraction = 0x1.8p52;
+    return value + kNoFraction - kNoFraction;
+}
+
 /// Rounds an axis's weights so that their sums stay what they are. Zeros complete the groups of
 /// taps, which start at multiples of `start`.
 /// @return the largest sum of the weights' errors
@@ -123,11 +130,11 @@ double roundWeights(const Table& table, int bits, int start, int group, FixedAxi
         double carry = 0.0, error = 0.0;
         for (const double weight : contribution.weights) {
             const double exact = weight * scale;
-            const long rounded = std::lrint(exact + carry);
-            const double off = exact - static_cast<double>(rounded);
+            const double whole = rounded(exact + carry);
+            const double off = exact - whole;
             carry += off;
             error += std::fabs(off);
-            axis.weights.push_back(static_cast<std::int16_t>(rounded));
+            axis.weights.push_back(static_cast<std::int16_t>(whole));
         }
         while ((axis.weights.size() - first) % static_cast<std::size_t>(group) != 0)
             axis.weights.push_back(0);

@@ -23,9 +23,9 @@ public:
         /// trace around what is not; they are 0 where the result is transparent.
         LastIsAlpha = 1,
         /// The channels, but not the one that is opacity, are encoded as in sRGB. They are
-        /// converted
-        /// to linear light, where the sums are right, and back. Full scale is 1 for `Half` and
-        /// `Float`; there the curve goes on beyond 1, and is mirrored for negative values.
+        /// converted to linear light, where the sums are right, and back. Full scale is 1 for
+        /// `Half` and `Float`; there the curve goes on beyond 1, and is mirrored for negative
+        /// values.
         LinearLight = 2
     };
 

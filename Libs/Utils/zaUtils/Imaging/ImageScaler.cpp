@@ -6,8 +6,10 @@
 #include <tbb/task_group.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <optional>
 
@@ -105,6 +107,36 @@ void setBounds(Contribution& contribution, const Reach& reach, double center, in
     else
         --contribution.right;
 }
+
+/// Asks a kernel but once for a distance that comes again and again, as all do where one size is a
+/// multiple of the other.
+class RememberedKernel {
+public:
+    explicit RememberedKernel(const ImageGenericFilter& kernel) : _kernel(kernel) {
+        _entries.fill({kNone, 0.0});
+    }
+
+    double operator()(double distance) {
+        std::uint64_t bits;
+        std::memcpy(&bits, &distance, sizeof bits);
+        constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15;  // spreads bits: 2^64 / phi
+        Entry& entry = _entries[bits * kMultiplier >> (64 - kIndexBits)];
+        if (entry.bits != bits) entry = {bits, _kernel.filter(distance)};
+        return entry.weight;
+    }
+
+private:
+    static constexpr int kIndexBits = 8;
+    static constexpr std::uint64_t kNone = ~std::uint64_t{0};  // as a distance, not a number
+
+    struct Entry {
+        std::uint64_t bits;
+        double weight;
+    };
+
+    const ImageGenericFilter& _kernel;
+    std::array<Entry, std::size_t{1} << kIndexBits> _entries;
+};
 
 /// Makes the weights' sum 1 and removes zeros at their ends. What adds up to nothing deliberately
 /// stays as it is.
@@ -229,6 +261,7 @@ void ImageScaler::calcContributions(unsigned int axis, int outSize, int inSize,
     table.resize(static_cast<std::size_t>(std::max(outSize, 0)));
     const Reach reach(outSize, inSize, filter.getWidth());
     const double fscale = std::min(reach.scale, 1.0);
+    RememberedKernel kernel(filter);
     for (int i = 0; i < outSize; ++i) {
         Contribution& contribution = table[static_cast<std::size_t>(i)];
         const double center = i / reach.scale;
@@ -238,7 +271,7 @@ void ImageScaler::calcContributions(unsigned int axis, int outSize, int inSize,
         double total = 0.0;
         int position = contribution.left;
         for (double& weight : contribution.weights) {
-            weight = filter.filter((center - position++) * fscale) * fscale;
+            weight = kernel((center - position++) * fscale) * fscale;
             total += weight;
         }
         normalise(contribution, total);

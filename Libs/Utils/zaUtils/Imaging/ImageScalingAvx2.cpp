@@ -309,6 +309,7 @@ ZA_AVX2 void verticalToBytes(const std::int16_t* const* rows, const std::int16_t
 // --- doubles ---
 
 constexpr int kWideRows = 4;
+static_assert(kWideRows <= WideKernels::kMaxRows);
 
 std::size_t wideScratchSize(int pixels, int channels) {
     // Whole blocks of four values are transposed.

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <memory>
 
 #include "zaUtils/Imaging/Internal/SeparableScaler.h"
 
@@ -24,19 +25,19 @@ std::size_t sizeOf(int number) {
     return static_cast<std::size_t>(number);
 }
 
-/// Memory that starts at a cache line, cleared.
+/// Memory that starts at a cache line, not cleared.
 template <typename Value>
 class Block {
 public:
-    explicit Block(std::size_t count) : _values(count + kAlignment / sizeof(Value)) {}
+    explicit Block(std::size_t count) : _values(new Value[count + kAlignment / sizeof(Value)]) {}
 
     Value* data() {
-        const auto address = reinterpret_cast<std::uintptr_t>(_values.data());
-        return _values.data() + (kAlignment - address % kAlignment) % kAlignment / sizeof(Value);
+        const auto address = reinterpret_cast<std::uintptr_t>(_values.get());
+        return _values.get() + (kAlignment - address % kAlignment) % kAlignment / sizeof(Value);
     }
 
 private:
-    std::vector<Value> _values;
+    std::unique_ptr<Value[]> _values;
 };
 
 /// Whether each output position is just the source position that it names.
@@ -152,15 +153,15 @@ struct SeparableScaler::WidePasses {
         const int pixels = chunk.end - chunk.begin;
         const std::size_t bytes = kernels.scratchSize(pixels, format.channels);
         auto* decoded = reinterpret_cast<double*>(scratch + bytes);
-        std::vector<const double*> values(kernels.rows);
+        const double* values[WideKernels::kMaxRows];
         for (std::size_t i = 0; i < kernels.rows; ++i, decoded += decodedSize(pixels)) {
             const std::size_t at = sizeOf(chunk.begin) * sizeOf(format.channels) * sampleSize;
             decodePixels(format, rows[i] + at, sizeOf(pixels), decoded);
             values[i] = decoded;
         }
-        kernels.horizontal({values.data(), format.channels, chunk.begin, width, chunk.begin,
-                            chunk.end, taps + chunk.first, chunk.last - chunk.first, weights, 0,
-                            results, scratch});
+        kernels.horizontal({values, format.channels, chunk.begin, width, chunk.begin, chunk.end,
+                            taps + chunk.first, chunk.last - chunk.first, weights, 0, results,
+                            scratch});
     }
     void vertical(int axis, int position, const Value* const* rows, std::size_t values,
                   Value* results) const {
@@ -288,7 +289,7 @@ private:
             *next++ = ring + slot * distance;
             if (++slot == slots) slot = 0;
         }
-        *next = next[-1];
+        *next = next == _gathered.data() ? ring : next[-1];
         return _gathered.data();
     }
 
@@ -351,7 +352,7 @@ private:
 
 SeparableScaler::Limits SeparableScaler::Limits::ofThisMachine() {
     constexpr std::size_t kBytes = std::size_t{4} * 1024 * 1024, kMinBytes = kBytes / 32;
-    constexpr int kTilesPerThread = 4;
+    constexpr int kTilesPerThread = 2;
     const auto allowed =
         tbb::global_control::active_value(tbb::global_control::max_allowed_parallelism);
     const int threads = static_cast<int>(
@@ -418,11 +419,16 @@ std::size_t SeparableScaler::tileBytes(int width, int height, std::size_t bytesP
 }
 
 std::vector<SeparableScaler::Tile> SeparableScaler::tiles(std::size_t bytesPerValue) const {
-    // What two tiles share is done twice, so they shall be some times as large as that.
-    constexpr int kWorthwhile = 4;
+    // What two tiles share is done twice, so they shall be some times as large as that. More tiles
+    // than threads even out what else keeps a processor busy, as long as that costs little.
+    constexpr int kWorthwhile = 4, kCheap = 16;
     const auto pieces = [this](int wanted, int inSize, const Window& window, int outSize) {
-        int count = std::min({wanted, inSize / (kWorthwhile * window.size), outSize});
-        if (count > _limits.threads) count -= count % _limits.threads;
+        const int shared = window.size + static_cast<int>(_kernels.bytes.rows);
+        int count = std::min({wanted, inSize / (kWorthwhile * shared), outSize});
+        if (count > _limits.threads) {
+            const bool isCheap = inSize / count >= kCheap * shared;
+            count = isCheap ? count - count % _limits.threads : _limits.threads;
+        }
         return std::max(count, 1);
     };
     int zPieces = 1, yPieces = 1;

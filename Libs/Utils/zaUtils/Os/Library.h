@@ -25,7 +25,7 @@ bool unloadLibrary(void* handle);
 /// The address of an exported name; null when there is none.
 void* librarySymbol(void* handle, const std::string& name);
 
-/// Full path of a loaded library; empty when unknown.
+/// Full path of a loaded library, and of the program for null; empty when unknown.
 std::string libraryPath(void* handle);
 
 /// Full path of the library or program that the code or data at the address belongs to.

@@ -121,20 +121,20 @@ public:
     virtual void setLastError(std::uint32_t code) = 0;
 
     /// Memory whose exhaustion a walk reports; null when there is none.
-    virtual void* allocate(std::size_t size) = 0;
-    virtual void release(void* memory) = 0;
+    virtual void* allocate(std::size_t size);
+    virtual void release(void* memory);
 
-    virtual bool fileExists(const std::string& path) = 0;
-    virtual bool environment(const char* name, std::string& value) = 0;
-    virtual std::string currentDirectory() = 0;
-    virtual std::string programPath() = 0;
+    virtual bool fileExists(const std::string& path);
+    virtual bool environment(const char* name, std::string& value);
+    virtual std::string currentDirectory();
+    virtual std::string programPath();
     virtual std::string userName() = 0;
     virtual bool systemVersion(SystemVersion& version) = 0;
     /// The fixed version in an image's resources, most significant part first; 0 when it has none.
     virtual std::uint64_t fileVersion(const std::string& image) = 0;
 
     /// Loads the debug-help library; null on failure.
-    virtual std::unique_ptr<DebugHelp> loadDebugHelp(const std::string& path) = 0;
+    virtual std::unique_ptr<DebugHelp> loadDebugHelp(const std::string& path);
     /// Takes a snapshot of a process's modules with the tool-help calls of the named library; null
     /// when a call is missing there. A snapshot that cannot be taken holds no modules.
     virtual std::unique_ptr<ModuleSnapshot> toolHelpModules(const char* library,

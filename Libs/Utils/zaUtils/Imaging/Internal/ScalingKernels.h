@@ -66,8 +66,9 @@ struct ByteKernels {
 /// For all others, decoded. There are no taps but those that contribute.
 struct WideKernels {
     using Work = Horizontal<double, double>;
+    static constexpr std::size_t kMaxRows = 8;
 
-    std::size_t rows;
+    std::size_t rows;  ///< at a time, at most kMaxRows
     std::size_t (*scratchSize)(int pixels, int channels);
     void (*horizontal)(const Work& work);
     void (*vertical)(const double* const* rows, const double* weights, int count,

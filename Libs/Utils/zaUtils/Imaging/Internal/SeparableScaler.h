@@ -19,7 +19,7 @@ struct Size {
 struct Window {
     std::vector<int> low;   ///< for each output position, the first that it or a later one needs
     std::vector<int> high;  ///< the last that it or an earlier one needs
-    int size = 0;           ///< at most from low to high
+    int size = 1;           ///< at most from low to high; what is empty counts as one
 };
 
 /// Scales images of the pixels that an `ImagePixelHandler` stands for, along one axis after the

@@ -112,6 +112,7 @@ void* librarySymbol(void* handle, const std::string& name) {
 }
 
 std::string libraryPath(void* handle) {
+    if (!handle) return programPath();
     link_map* module = nullptr;
     return ::dlinfo(handle, RTLD_DI_LINKMAP, &module) == 0 ? pathOf(*module) : std::string();
 }

@@ -23,9 +23,7 @@
 #include <fstream>
 #include <mutex>
 
-#include "zaUtils/Os/DebugHelp.h"
 #include "zaUtils/Os/Directory.h"
-#include "zaUtils/Os/Environment.h"
 #include "zaUtils/Os/Posix/PosixAccount.h"
 #include "zaUtils/Os/Posix/PosixStack.h"
 
@@ -250,18 +248,6 @@ public:
     std::uint32_t lastError() override { return static_cast<std::uint32_t>(errno); }
     void setLastError(std::uint32_t code) override { errno = static_cast<int>(code); }
 
-    void* allocate(std::size_t size) override { return std::malloc(size); }
-    void release(void* memory) override { std::free(memory); }
-
-    bool fileExists(const std::string& path) override { return pathKind(path) == PathKind::File; }
-    bool environment(const char* name, std::string& value) override {
-        return environmentValue(name, value);
-    }
-    std::string currentDirectory() override {
-        std::string path;
-        return os::currentDirectory(path).ok() ? path : std::string();
-    }
-    std::string programPath() override;
     std::string userName() override {
         Account account;
         return findAccount(::geteuid(), account).ok() ? account.name : std::string();
@@ -269,9 +255,6 @@ public:
     bool systemVersion(SystemVersion& version) override;
     std::uint64_t fileVersion(const std::string&) override { return 0; }  // not in these files
 
-    std::unique_ptr<DebugHelp> loadDebugHelp(const std::string& path) override {
-        return loadDebugHelpLibrary(path);
-    }
     std::unique_ptr<ModuleSnapshot> toolHelpModules(const char*, unsigned long processId) override {
         return std::make_unique<MappedModules>(processId);
     }
@@ -317,12 +300,6 @@ public:
         errno = error;
     }
 };
-
-std::string PosixStackHost::programPath() {
-    char path[4096];
-    const ssize_t length = ::readlink("/proc/self/exe", path, sizeof path);
-    return length > 0 ? std::string(path, static_cast<std::size_t>(length)) : std::string();
-}
 
 bool PosixStackHost::systemVersion(SystemVersion& version) {
     utsname name{};

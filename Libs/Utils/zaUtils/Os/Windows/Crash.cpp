@@ -302,7 +302,7 @@ LONG WINAPI onAnyException(EXCEPTION_POINTERS* pointers) {
 
 /// The registers of the thread's stack as it is now, from the caller on.
 void reportCall() {
-    static CONTEXT registers;
+    CONTEXT registers;
     const DWORD error = GetLastError();
     RtlCaptureContext(&registers);
     report(registers, nullptr, error);

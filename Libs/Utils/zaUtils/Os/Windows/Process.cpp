@@ -7,24 +7,11 @@
 #include <cerrno>
 #include <memory>
 
+#include "zaUtils/Os/Library.h"
+
 namespace za::os {
 
 namespace {
-
-/// The file of a loaded module, of the program itself for null.
-Error moduleFileName(HMODULE module, std::wstring& path) {
-    std::wstring buffer(1024, L'\0');
-    for (;;) {
-        const auto size = static_cast<DWORD>(buffer.size());
-        const DWORD length = GetModuleFileNameW(module, buffer.data(), size);
-        if (length == 0) return failWith(ENOENT);
-        if (length < size) {
-            path = buffer.substr(0, length);
-            return {};
-        }
-        buffer.resize(2 * buffer.size());
-    }
-}
 
 /// Whether the path's file name, up to the first dot, is `name`; case does not count.
 bool isFileOf(const std::wstring& path, const std::wstring& name) {
@@ -58,10 +45,9 @@ Error applicationModule(const std::string& name, std::string& path) {
     // A name without an extension stands for the library of that name: an application that lives in
     // a library under another program. Otherwise the handle is null, which stands for the program.
     const HMODULE library = GetModuleHandleW(wideName.c_str());
-    std::wstring file;
-    if (const Error error = moduleFileName(library, file); !error.ok()) return error;
-    if (!library && !isFileOf(file, wideName)) return failWith(ENOENT);
-    path = narrow(file.c_str());
+    const std::string file = libraryPath(library);
+    if (file.empty() || (!library && !isFileOf(wide(file), wideName))) return failWith(ENOENT);
+    path = file;
     return {};
 }
 

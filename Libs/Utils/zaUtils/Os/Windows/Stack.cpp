@@ -8,11 +8,7 @@
 #include <winternl.h>
 
 #include <cstdio>
-#include <cstdlib>
 
-#include "zaUtils/Os/DebugHelp.h"
-#include "zaUtils/Os/Directory.h"
-#include "zaUtils/Os/Environment.h"
 #include "zaUtils/Os/Library.h"
 #include "zaUtils/Os/Windows/WindowsStack.h"
 
@@ -146,25 +142,10 @@ public:
     std::uint32_t lastError() override { return GetLastError(); }
     void setLastError(std::uint32_t code) override { SetLastError(code); }
 
-    void* allocate(std::size_t size) override { return std::malloc(size); }
-    void release(void* memory) override { std::free(memory); }
-
-    bool fileExists(const std::string& path) override { return pathKind(path) == PathKind::File; }
-    bool environment(const char* name, std::string& value) override {
-        return environmentValue(name, value);
-    }
-    std::string currentDirectory() override {
-        std::string path;
-        return os::currentDirectory(path).ok() ? path : std::string();
-    }
-    std::string programPath() override { return libraryPath(nullptr); }
     std::string userName() override;
     bool systemVersion(SystemVersion& version) override;
     std::uint64_t fileVersion(const std::string& image) override;
 
-    std::unique_ptr<DebugHelp> loadDebugHelp(const std::string& path) override {
-        return loadDebugHelpLibrary(path);
-    }
     std::unique_ptr<ModuleSnapshot> toolHelpModules(const char* library,
                                                     unsigned long processId) override {
         auto snapshot = std::make_unique<ToolHelpSnapshot>(library);
