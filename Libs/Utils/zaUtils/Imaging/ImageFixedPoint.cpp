@@ -147,7 +147,7 @@ double roundWeights(const Table& table, int bits, int start, int group, FixedAxi
 
 }  // namespace
 
-std::optional<FixedPlan> planFixedPoint(const Table* tables, int passes,
+std::optional<FixedPlan> planFixedPoint(const Table* tables, int passes, int channels,
                                         const ByteKernels& kernels) {
     std::vector<Extremes> extremes;
     for (int pass = 0; pass < passes; ++pass) {
@@ -173,6 +173,8 @@ std::optional<FixedPlan> planFixedPoint(const Table* tables, int passes,
         if (!fits(values)) return std::nullopt;
     }
     std::vector<std::int16_t>& weights = plan.axes[0].weights;
+    if (kernels.makeLookup && channels == 1)
+        plan.lookup = kernels.makeLookup(plan.axes[0].taps, weights.data());
     if (kernels.arrange) kernels.arrange(weights.data(), weights.size());
     return values.error < kMaxError ? std::optional(std::move(plan)) : std::nullopt;
 }

@@ -425,9 +425,10 @@ ZA_AVX2 void verticalWide(const double* const* rows, const double* weights, int 
     }
 }
 
-constexpr ScalingKernels kAvx2 = {{kByteRows, kByteTaps, sizeof(std::int16_t), byteScratchSize,
-                                   nullptr, horizontalBytes, verticalBytes, verticalToBytes},
-                                  {kWideRows, wideScratchSize, horizontalWide, verticalWide}};
+constexpr ScalingKernels kAvx2 = {
+    {kByteRows, kByteTaps, sizeof(std::int16_t), byteScratchSize, nullptr, horizontalBytes,
+     verticalBytes, verticalToBytes, nullptr, nullptr},
+    {kWideRows, wideScratchSize, horizontalWide, verticalWide}};
 
 }  // namespace
 

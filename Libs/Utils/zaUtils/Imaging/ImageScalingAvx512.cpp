@@ -15,8 +15,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #define ZA_AVX512 __attribute__((target("avx512f,avx512bw,avx512vl,avx512vnni")))
+#define ZA_VBMI __attribute__((target("avx512f,avx512bw,avx512vl,avx512vnni,avx512vbmi")))
 #define ZA_INLINE inline __attribute__((always_inline))
 // The vectors of a short loop stay in registers only when it is unrolled.
 #define ZA_UNROLL _Pragma("GCC unroll 8")
@@ -73,15 +75,22 @@ std::size_t scratchSize(int pixels, int channels) {
     return stageSize(channels) * sizeof(__m512i) + unitsOf(pixels, channels) * kUnit + kUnitSlack;
 }
 
-/// Splits weights, of which there are whole groups of four: their low bytes, as signed numbers,
-/// come first, and then what is left of them in units of 256.
+signed char lowByteOf(int weight) {
+    return static_cast<signed char>((weight & 0xFF) - ((weight & 0x80) << 1));
+}
+
+/// What is left of a weight without its low byte, which counts as a signed number.
+signed char highByteOf(int weight) {
+    return static_cast<signed char>((weight - lowByteOf(weight)) / 256);
+}
+
+/// Splits weights, of which there are whole groups of four: their low bytes come first.
 void arrange(std::int16_t* weights, std::size_t count) {
     for (std::size_t i = 0; i < count; i += kTaps) {
         signed char bytes[2 * kTaps];
         for (std::size_t tap = 0; tap < kTaps; ++tap) {
-            const int weight = weights[i + tap];
-            bytes[tap] = static_cast<signed char>((weight & 0xFF) - ((weight & 0x80) << 1));
-            bytes[tap + kTaps] = static_cast<signed char>((weight - bytes[tap]) / 256);
+            bytes[tap] = lowByteOf(weights[i + tap]);
+            bytes[tap + kTaps] = highByteOf(weights[i + tap]);
         }
         std::memcpy(weights + i, bytes, sizeof bytes);
     }
@@ -276,6 +285,103 @@ ZA_AVX512 void horizontal(const ByteKernels::Work& work) {
     }
 }
 
+// --- along x, one channel ---
+
+// Where the taps of sixteen outputs lie within two vectors, a permutation of bytes collects them,
+// row by row. Nothing is transposed.
+
+constexpr int kOutputs = 16;
+constexpr int kReach = 2 * static_cast<int>(sizeof(__m512i));
+// A group of four taps: where they are, and the low and the high bytes of their weights.
+constexpr std::size_t kLookupPart = sizeof(__m512i), kLookupGroup = 3 * kLookupPart;
+
+/// An output's taps without the zeros that complete its groups.
+struct UsedTaps {
+    UsedTaps(const Taps& taps, const std::int16_t* allWeights)
+        : left(taps.left), count(taps.count), weights(allWeights + taps.weights) {
+        for (; count > 0 && weights[0] == 0; ++left, ++weights)
+            --count;
+        while (count > 0 && weights[count - 1] == 0)
+            --count;
+    }
+
+    int left, count;
+    const std::int16_t* weights;
+};
+
+/// Adds the lookup of some outputs; false when they are too far from each other.
+bool addBlock(const Taps* taps, int outputs, const std::int16_t* weights, TapLookup& lookup) {
+    int base = std::numeric_limits<int>::max(), end = 0, most = 0;
+    for (int i = 0; i < outputs; ++i) {
+        const UsedTaps used(taps[i], weights);
+        base = std::min(base, used.left);
+        end = std::max(end, used.left + used.count);
+        most = std::max(most, used.count);
+    }
+    if (end - base > kReach) return false;
+    const int groups = (most + kTaps - 1) / kTaps;
+    const std::size_t at = lookup.bytes.size();
+    lookup.blocks.push_back({base, groups, at});
+    lookup.bytes.resize(at + static_cast<std::size_t>(groups) * kLookupGroup);
+    for (int i = 0; i < outputs; ++i) {
+        const UsedTaps used(taps[i], weights);
+        for (int tap = 0; tap < used.count; ++tap) {
+            signed char* byte = lookup.bytes.data() + at +
+                                static_cast<std::size_t>(tap / kTaps) * kLookupGroup +
+                                static_cast<std::size_t>(i * kTaps + tap % kTaps);
+            byte[0] = static_cast<signed char>(used.left - base + tap);
+            byte[kLookupPart] = lowByteOf(used.weights[tap]);
+            byte[2 * kLookupPart] = highByteOf(used.weights[tap]);
+        }
+    }
+    return true;
+}
+
+TapLookup makeLookup(const std::vector<Taps>& taps, const std::int16_t* weights) {
+    TapLookup lookup;
+    const int count = static_cast<int>(taps.size());
+    for (int i = 0; i < count; i += kOutputs) {
+        if (!addBlock(taps.data() + i, std::min(kOutputs, count - i), weights, lookup)) return {};
+    }
+    return lookup;
+}
+
+/// The first bytes of a vector, as many as there are.
+__mmask64 maskOf(int bytes) {
+    if (bytes >= 64) return ~__mmask64{0};
+    return bytes > 0 ? (__mmask64{1} << bytes) - 1 : 0;
+}
+
+ZA_VBMI void horizontalByLookup(const ByteKernels::Work& work, const TapLookup& lookup, int first) {
+    const Lanes half = lanesOf(halfOf(work.shift));
+    const __m128i shift = _mm_cvtsi32_si128(work.shift);
+    const int last = first + work.outputs;
+    for (int number = first / kOutputs; number * kOutputs < last; ++number) {
+        const TapLookup::Block& block = lookup.blocks[static_cast<std::size_t>(number)];
+        const __mmask64 lower = maskOf(work.width - block.base);
+        const __mmask64 upper = maskOf(work.width - block.base - 64);
+        const int start = number * kOutputs, from = std::max(first - start, 0);
+        const auto wanted = static_cast<__mmask16>(((1U << std::min(last - start, kOutputs)) - 1) &
+                                                   ~((1U << from) - 1));
+        for (std::size_t row = 0; row < kRows; ++row) {
+            const unsigned char* bytes = work.rows[row] + block.base;
+            const __m512i a = _mm512_maskz_loadu_epi8(lower, bytes);
+            const __m512i b = _mm512_maskz_loadu_epi8(upper, bytes + 64);
+            const signed char* group = lookup.bytes.data() + block.at;
+            Lanes low = half, high = lanesOf(0);
+            for (int i = 0; i < block.groups; ++i, group += kLookupGroup) {
+                const __m512i taps = _mm512_permutex2var_epi8(a, _mm512_loadu_si512(group), b);
+                addFour(low, taps, _mm512_loadu_si512(group + kLookupPart));
+                addFour(high, taps, _mm512_loadu_si512(group + 2 * kLookupPart));
+            }
+            const __m512i sums =
+                _mm512_add_epi32(vectorOf(low), _mm512_slli_epi32(vectorOf(high), 8));
+            _mm256_mask_storeu_epi16(work.results[row] + (start - first), wanted,
+                                     _mm512_cvtepi32_epi16(_mm512_sra_epi32(sums, shift)));
+        }
+    }
+}
+
 // --- along y and z ---
 
 /// 64 values as 16-bit numbers, in order.
@@ -337,9 +443,13 @@ const ScalingKernels* avx512ScalingKernels() {
                          __builtin_cpu_supports("avx512vl") &&
                          __builtin_cpu_supports("avx512vnni") && avx2ScalingKernels();
     if (!isThere) return nullptr;
-    static const ScalingKernels kernels = {
-        {kRows, kTaps, 1, scratchSize, arrange, horizontal, vertical, verticalToBytes},
-        avx2ScalingKernels()->wide};
+    static const ScalingKernels kernels = [] {
+        const bool canLookUp = __builtin_cpu_supports("avx512vbmi");
+        return ScalingKernels{
+            {kRows, kTaps, 1, scratchSize, arrange, horizontal, vertical, verticalToBytes,
+             canLookUp ? makeLookup : nullptr, canLookUp ? horizontalByLookup : nullptr},
+            avx2ScalingKernels()->wide};
+    }();
     return &kernels;
 }
 

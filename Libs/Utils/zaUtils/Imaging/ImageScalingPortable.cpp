@@ -104,7 +104,7 @@ void verticalWide(const double* const* rows, const double* weights, int count, s
 }
 
 constexpr ScalingKernels kPortable = {
-    {kRows, 1, 1, noScratch, nullptr, horizontalBytes, vertical, verticalToBytes},
+    {kRows, 1, 1, noScratch, nullptr, horizontalBytes, vertical, verticalToBytes, nullptr, nullptr},
     {kRows, noScratch, horizontalWide, verticalWide}};
 
 }  // namespace

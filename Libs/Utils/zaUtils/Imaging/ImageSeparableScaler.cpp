@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <memory>
 
 #include "zaUtils/Imaging/Internal/SeparableScaler.h"
 
@@ -25,19 +24,20 @@ std::size_t sizeOf(int number) {
     return static_cast<std::size_t>(number);
 }
 
-/// Memory that starts at a cache line, not cleared.
+/// Memory that starts at a cache line. It is cleared: what lies between the rows is added up as
+/// well, for nothing, but not to an overflow.
 template <typename Value>
 class Block {
 public:
-    explicit Block(std::size_t count) : _values(new Value[count + kAlignment / sizeof(Value)]) {}
+    explicit Block(std::size_t count) : _values(count + kAlignment / sizeof(Value)) {}
 
     Value* data() {
-        const auto address = reinterpret_cast<std::uintptr_t>(_values.get());
-        return _values.get() + (kAlignment - address % kAlignment) % kAlignment / sizeof(Value);
+        const auto address = reinterpret_cast<std::uintptr_t>(_values.data());
+        return _values.data() + (kAlignment - address % kAlignment) % kAlignment / sizeof(Value);
     }
 
 private:
-    std::unique_ptr<Value[]> _values;
+    std::vector<Value> _values;
 };
 
 /// Whether each output position is just the source position that it names.
@@ -105,9 +105,22 @@ struct SeparableScaler::BytePasses {
     void horizontal(const unsigned char* const* rows, int width, const Chunk& chunk,
                     Value* const* results, unsigned char* scratch) const {
         const FixedAxis& axis = plan.axes[0];
-        kernels.horizontal({rows, format.channels, 0, width, chunk.begin, chunk.end,
-                            axis.taps.data() + chunk.first, chunk.last - chunk.first,
-                            axis.weights.data(), axis.shift, results, scratch});
+        const ByteKernels::Work work = {rows,
+                                        format.channels,
+                                        0,
+                                        width,
+                                        chunk.begin,
+                                        chunk.end,
+                                        axis.taps.data() + chunk.first,
+                                        chunk.last - chunk.first,
+                                        axis.weights.data(),
+                                        axis.shift,
+                                        results,
+                                        scratch};
+        if (plan.lookup.blocks.empty())
+            kernels.horizontal(work);
+        else
+            kernels.horizontalByLookup(work, plan.lookup, chunk.first);
     }
     void vertical(int axis, int position, const Value* const* rows, std::size_t values,
                   Value* results) const {
@@ -376,7 +389,7 @@ SeparableScaler::SeparableScaler(const ImagePixelHandler& handler, int channels,
       _planes(windowOf(tables[2])) {
     if (_format.sample == ImagePixelHandler::Sample::UInt8 && !_format.hasAlpha &&
         !_format.isEncoded)
-        _fixed = planFixedPoint(tables, _passesPlanes ? 3 : 2, kernels.bytes);
+        _fixed = planFixedPoint(tables, _passesPlanes ? 3 : 2, channels, kernels.bytes);
     if (_fixed) return;
     for (const ImageScaler::Contribution& contribution : tables[0]) {
         _wideTaps.push_back({contribution.left, static_cast<int>(contribution.weights.size()),

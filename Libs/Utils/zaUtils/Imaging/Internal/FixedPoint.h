@@ -21,6 +21,7 @@ struct FixedAxis {
 /// x, and with an even number of taps along y and z.
 struct FixedPlan {
     std::array<FixedAxis, 3> axes;
+    TapLookup lookup;  ///< along x, for one channel; may have no blocks
 };
 
 /// Finds out with how many bits each pass gets by, so that nothing overflows and the result is
@@ -29,6 +30,6 @@ struct FixedPlan {
 /// @param passes  the number of axes, from x on, that are passed; the last pass gives bytes
 /// @return nothing when there is no such way: for weights that are too large, or too many
 std::optional<FixedPlan> planFixedPoint(const std::vector<ImageScaler::Contribution>* tables,
-                                        int passes, const ByteKernels& kernels);
+                                        int passes, int channels, const ByteKernels& kernels);
 
 }  // namespace za::imaging

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 /// The inner loops of scaling by separate passes, in a portable way and by SIMD. All ways give the
 /// same results to the last bit: those for bytes count with integers, and those for all other
@@ -39,6 +40,18 @@ struct Horizontal {
 /// without the low byte, as a signed number, still fits into a byte.
 constexpr int kMaxFixedWeight = 127 * 256 + 127;
 
+/// Where the taps of some neighbouring outputs are among the bytes from `base` on, and their
+/// weights, as a kernel wants them.
+struct TapLookup {
+    struct Block {
+        int base;
+        int groups;
+        std::size_t at;  ///< in `bytes`
+    };
+    std::vector<Block> blocks;
+    std::vector<signed char> bytes;
+};
+
 /// For samples of 8 bits, with weights of a fixed point. Along x whole groups of taps start at a
 /// multiple of their size; weights beyond the image's end are 0. Neither a sum nor a result
 /// overflows.
@@ -60,6 +73,13 @@ struct ByteKernels {
                      int shift, std::size_t values, std::int16_t* results);
     void (*verticalToBytes)(const std::int16_t* const* rows, const std::int16_t* weights, int count,
                             int shift, std::size_t values, unsigned char* results);
+    /// @}
+    /// A faster way along x for one channel; null where there is none. The lookup is made before
+    /// `arrange`, and has no blocks when the taps are too far from each other. `first` is the
+    /// number of the first output.
+    /// @{
+    TapLookup (*makeLookup)(const std::vector<Taps>& taps, const std::int16_t* weights);
+    void (*horizontalByLookup)(const Work& work, const TapLookup& lookup, int first);
     /// @}
 };
 
