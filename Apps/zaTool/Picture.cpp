@@ -6,6 +6,7 @@
 #include <limits>
 #include <new>
 
+#include "JpegDecoder.h"
 #include "PictureCodecs.h"
 #include "zaUtils/Strings/zaString.h"
 
@@ -184,8 +185,8 @@ private:
 }  // namespace
 
 std::string decodePicture(std::string_view bytes, Picture& picture) {
-    const char* const early = "is no picture, or a part of one: it ends too early";
-    if (bytes.empty()) return early;
+    if (bytes.empty()) return kEndsTooEarly;
+    if (isJpeg(bytes)) return decodeJpeg(bytes, picture);
     ImageScaling::Layout& layout = picture.layout;
     layout.sample = sampleOf(bytes);
     picture.isLight = layout.sample == Sample::Float;
@@ -199,9 +200,9 @@ std::string decodePicture(std::string_view bytes, Picture& picture) {
             ? static_cast<void*>(
                   stbi_load_16_from_callbacks(calls, &content, width, height, channels, 0))
             : stbi_load_from_callbacks(calls, &content, width, height, channels, 0)};
-    if (content.isShort()) return early;
-    if (!decoded.pixels)
-        return std::string("is no picture that can be read: ") + stbi_failure_reason();
+    if (content.isShort()) return kEndsTooEarly;
+    if (!decoded.pixels) return kIsNoPicture + std::string(stbi_failure_reason());
+    if (layout.width < 1 || layout.height < 1) return kIsNoPicture + std::string("it is empty");
     const bool hasOpacity = layout.channels == 2 || layout.channels == 4;
     layout.options = hasOpacity ? ImagePixelHandler::LastIsAlpha : 0U;
     const auto* first = static_cast<const unsigned char*>(decoded.pixels);

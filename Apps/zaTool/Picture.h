@@ -17,6 +17,10 @@ struct Picture {
 /// Each returns what is wrong with the file, empty when nothing is.
 /// @{
 
+/// What to say of a file that cannot be decoded; the reason follows the second one.
+constexpr const char* kEndsTooEarly = "is no picture, or a part of one: it ends too early";
+constexpr const char* kIsNoPicture = "is no picture that can be read: ";
+
 /// From PNG, JPEG, BMP, TGA and Radiance HDR: with as many channels as there are (a palette's are
 /// those of its colours), with 16 bits where a PNG has them, and with floats from HDR. What ends
 /// too early is no picture.

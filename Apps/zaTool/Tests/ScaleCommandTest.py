@@ -189,6 +189,9 @@ class Scale(ToolTestCase):
         for name, content, problem in [
             ("text.png", b"no picture at all", "is no picture that can be read: unknown image type"),
             ("empty.png", b"", early),
+            ("none.bmp", bmp(0, 9, (1, 2, 3)), "is no picture that can be read: it is empty"),
+            ("tables.jpg", b"\xff\xd8\xff\xc4\x00\x15\x00" + b"\xff" * 18,
+             "is no picture that can be read: Bogus Huffman table definition"),
             ("cut.png", whole[:len(whole) // 2], early),
             ("cut.bmp", bmp(9, 9, (1, 2, 3))[:-1], early),
             ("cut.tga", tga(9, 9, (1, 2, 3))[:-1], early),

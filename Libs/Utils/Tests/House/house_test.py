@@ -49,7 +49,9 @@ STANDARD_HEADERS = set(
     stdarg.h stdbool.h stddef.h stdint.h stdio.h stdlib.h string.h time.h wchar.h wctype.h""".split()
 )
 # Libraries that are the same on every host, and the processor's instructions.
-PORTABLE_HEADER = re.compile(r"(boost|tbb|oneapi|CLI|nlohmann|stb)/.+|zstd(_errors)?\.h|\w*intrin\.h")
+PORTABLE_HEADER = re.compile(
+    r"(boost|tbb|oneapi|CLI|nlohmann|stb)/.+|zstd(_errors)?\.h|j(peglib|error)\.h|\w*intrin\.h"
+)
 INCLUDE = re.compile(r'\s*#\s*include\s*([<"])([^>"]+)[>"]')
 
 COMMENT_OR_LITERAL = re.compile(
