@@ -37,13 +37,12 @@ bool bindAll(EntryPoints& e, void* library) {
            bind(e.dwfl_module_info, library, "dwfl_module_info") &&
            bind(e.dwfl_module_addrinfo, library, "dwfl_module_addrinfo") &&
            bind(e.dwfl_module_getdwarf, library, "dwfl_module_getdwarf") &&
+           bind(e.dwfl_module_addrdie, library, "dwfl_module_addrdie") &&
            bind(e.dwfl_module_nextcu, library, "dwfl_module_nextcu") &&
            bind(e.dwarf_haspc, library, "dwarf_haspc") &&
            bind(e.dwarf_getsrc_die, library, "dwarf_getsrc_die") &&
            bind(e.dwarf_lineno, library, "dwarf_lineno") &&
            bind(e.dwarf_linesrc, library, "dwarf_linesrc") &&
-           bind(e.dwfl_module_getsrc, library, "dwfl_module_getsrc") &&
-           bind(e.dwfl_lineinfo, library, "dwfl_lineinfo") &&
            bind(e.dwfl_attach_state, library, "dwfl_attach_state") &&
            bind(e.dwfl_getthread_frames, library, "dwfl_getthread_frames") &&
            bind(e.dwfl_frame_pc, library, "dwfl_frame_pc") &&
@@ -150,7 +149,8 @@ private:
     bool report();
     void locateWithLibdw(std::uint64_t address, Location& location);
     Dwfl_Module* fillModule(std::uint64_t address, Location& location) const;
-    const char* findLine(Dwfl_Module* module, std::uint64_t address, int& number) const;
+    libdw::Dwarf_Die* findUnit(Dwfl_Module* module, std::uint64_t address,
+                               std::uint64_t& bias) const;
     static void locateWithLoader(std::uint64_t address, Location& location);
 
     static int addFrame(Dwfl_Frame* frame, void* unwinding);
@@ -257,29 +257,30 @@ void Symbols::locateWithLibdw(std::uint64_t address, Location& location) {
     std::uint64_t bias = 0;
     if (!_libdw->dwfl_module_getdwarf(module, &bias)) return;
     location.symbolType = kFull;
+    libdw::Dwarf_Die* unit = findUnit(module, address, bias);
+    libdw::Dwarf_Line* line = unit ? _libdw->dwarf_getsrc_die(unit, address - bias) : nullptr;
     int number = 0;
-    const char* file = nullptr;
-    if (libdw::Dwfl_Line* line = _libdw->dwfl_module_getsrc(module, address)) {
-        file = _libdw->dwfl_lineinfo(line, nullptr, &number, nullptr, nullptr, nullptr);
-    } else {
-        file = findLine(module, address, number);
-    }
+    if (!line || _libdw->dwarf_lineno(line, &number) != 0) return;
+    const char* file = _libdw->dwarf_linesrc(line, nullptr, nullptr);
     if (!file) return;
     location.file = file;
     location.line = static_cast<std::uint32_t>(number);
 }
 
-/// Asks every compilation unit: not every compiler makes the table that leads to the right one.
-const char* Symbols::findLine(Dwfl_Module* module, std::uint64_t address, int& number) const {
-    std::uint64_t bias = 0;
-    for (libdw::Dwarf_Die* unit = _libdw->dwfl_module_nextcu(module, nullptr, &bias); unit;
-         unit = _libdw->dwfl_module_nextcu(module, unit, &bias)) {
-        if (_libdw->dwarf_haspc(unit, address - bias) <= 0) continue;
-        libdw::Dwarf_Line* line = _libdw->dwarf_getsrc_die(unit, address - bias);
-        if (!line || _libdw->dwarf_lineno(line, &number) != 0) return nullptr;
-        return _libdw->dwarf_linesrc(line, nullptr, nullptr);
-    }
-    return nullptr;
+/// The compilation unit that the address is in. What the library names at once may be the one
+/// before it, or none, because not every compiler makes the table for that; then every unit is
+/// asked.
+libdw::Dwarf_Die* Symbols::findUnit(Dwfl_Module* module, std::uint64_t address,
+                                    std::uint64_t& bias) const {
+    const auto isIn = [&](libdw::Dwarf_Die* unit) {
+        return _libdw->dwarf_haspc(unit, address - bias) > 0;
+    };
+    libdw::Dwarf_Die* unit = _libdw->dwfl_module_addrdie(module, address, &bias);
+    if (unit && isIn(unit)) return unit;
+    unit = _libdw->dwfl_module_nextcu(module, nullptr, &bias);
+    while (unit && !isIn(unit))
+        unit = _libdw->dwfl_module_nextcu(module, unit, &bias);
+    return unit;
 }
 
 /// What the loader knows of its modules, without a symbol library.

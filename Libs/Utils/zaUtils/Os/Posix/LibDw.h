@@ -14,7 +14,6 @@ namespace za::os::libdw {
 
 struct Dwfl;
 struct Dwfl_Module;
-struct Dwfl_Line;
 struct Dwfl_Thread;
 struct Dwfl_Frame;
 struct Dwarf;
@@ -54,14 +53,12 @@ struct EntryPoints {
     const char* (*dwfl_module_addrinfo)(Dwfl_Module*, std::uint64_t, std::uint64_t*, Elf64_Sym*,
                                         Elf64_Word*, Elf**, std::uint64_t*);
     Dwarf* (*dwfl_module_getdwarf)(Dwfl_Module*, std::uint64_t*);
+    Dwarf_Die* (*dwfl_module_addrdie)(Dwfl_Module*, std::uint64_t, std::uint64_t*);
     Dwarf_Die* (*dwfl_module_nextcu)(Dwfl_Module*, Dwarf_Die*, std::uint64_t*);
     int (*dwarf_haspc)(Dwarf_Die*, std::uint64_t);
     Dwarf_Line* (*dwarf_getsrc_die)(Dwarf_Die*, std::uint64_t);
     int (*dwarf_lineno)(Dwarf_Line*, int*);
     const char* (*dwarf_linesrc)(Dwarf_Line*, std::uint64_t*, std::uint64_t*);
-    Dwfl_Line* (*dwfl_module_getsrc)(Dwfl_Module*, std::uint64_t);
-    const char* (*dwfl_lineinfo)(Dwfl_Line*, std::uint64_t*, int*, int*, std::uint64_t*,
-                                 std::uint64_t*);
     bool (*dwfl_attach_state)(Dwfl*, Elf*, pid_t, const Dwfl_Thread_Callbacks*, void*);
     int (*dwfl_getthread_frames)(Dwfl*, pid_t, int (*)(Dwfl_Frame*, void*), void*);
     bool (*dwfl_frame_pc)(Dwfl_Frame*, std::uint64_t*, bool*);
