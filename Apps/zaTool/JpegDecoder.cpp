@@ -95,6 +95,8 @@ std::string decodeJpeg(std::string_view bytes, Picture& picture) {
     const bool isDone = decode(decoder, bytes, picture);
     if (decoder.failure.isShort) return kEndsTooEarly;
     if (!isDone) return kIsNoPicture + std::string(decoder.failure.message);
-    if (picture.layout.channels == 4) toColours(picture, decoder.jpeg.saw_Adobe_marker != 0);
-    return {};
+    const int channels = picture.layout.channels;
+    if (channels == 4) toColours(picture, decoder.jpeg.saw_Adobe_marker != 0);
+    const bool isKnown = channels == 1 || channels == 3 || channels == 4;
+    return isKnown ? "" : kIsNoPicture + std::string("its colours are of no known kind");
 }

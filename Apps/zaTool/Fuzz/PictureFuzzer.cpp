@@ -1,6 +1,5 @@
 // Any bytes are a picture or none, and what is one survives being written as a PNG and read again.
 
-#include <cstring>
 #include <string>
 #include <string_view>
 

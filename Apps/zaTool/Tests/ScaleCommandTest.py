@@ -1,5 +1,6 @@
 """The command scale: formats, kernels and sizes, what it refuses, and what it leaves alone."""
 
+import base64
 import struct
 import unittest
 import zlib
@@ -130,6 +131,15 @@ class Scale(ToolTestCase):
                 pixel = (*colour, 255)[:channels]
                 self.assertEqual((5, channels, [bytes(pixel * 5)] * 3),
                                  read_png(self.content("o-" + name + ".png")))
+
+    def test_reads_the_four_inks_of_printing(self):
+        # 40, 80, 160 and 20 of 255, as image programs store them: inverted.
+        self.make("inks.jpg", base64.b64decode(
+            "/9j/7gAOQWRvYmUAZAAAAAAA/9sAQwACAQEBAQECAQEBAgICAgIEAwICAgIFBAQDBAYFBgYGBQYGBgcJCAYHCQcGBggLCA"
+            "kKCgoKCgYICwwLCgwJCgoK/8AAFAgAAgACBEMRAE0RAFkRAEsRAP/EABUAAQEAAAAAAAAAAAAAAAAAAAgJ/8QAFBABAAAAAA"
+            "AAAAAAAAAAAAAAAP/aAA4EQwBNAFkASwAAPwCrheD2tY//2Q=="))
+        self.scale("inks.jpg", "o.png", "--size", "1x1")
+        self.assert_near([[(255 - ink) * (255 - 20) / 255 for ink in (40, 80, 160)]], self.rows("o.png"))
 
     def test_writes_hdr_and_jpeg_that_read_back(self):
         self.make("light.hdr", hdr(4, 4, (128, 64, 32, 129)))  # 1, 0.5 and 0.25 in linear light

@@ -14,7 +14,8 @@ public:
     ImageGenericFilter(const ImageGenericFilter&) = default;
     ImageGenericFilter& operator=(const ImageGenericFilter&) = default;
 
-    /// The weight at the signed distance `x`.
+    /// The weight at the signed distance `x`, always the same for the same distance: the scaler may
+    /// ask but once.
     virtual double filter(double x) const = 0;
 
     double getWidth() const { return _width; }
