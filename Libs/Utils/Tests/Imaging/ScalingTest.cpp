@@ -31,12 +31,12 @@ TEST(ImageScaling, KnowsTheKernelsByName) {
 }
 
 TEST(ImageScaling, ScalesAsTheScalerDoes) {
-    Bytes source(24 * 3);
+    Bytes source(std::size_t{24} * 3);
     for (std::size_t i = 0; i < source.size(); ++i)
         source[i] = static_cast<unsigned char>(i * 89);
     const ImageScaling::Layout layout = {
         6, 2, 2, 3, ImagePixelHandler::Sample::UInt8, ImagePixelHandler::LinearLight};
-    Bytes result(8 * 3 * 3 * 3), expected(result.size());
+    Bytes result(std::size_t{8} * 3 * 3 * 3), expected(result.size());
     ASSERT_TRUE(
         ImageScaling::scale(source.data(), layout, result.data(), {8, 3, 3}, "lanczos3", 2.0));
     ImagePixelHandler pixels(layout.sample, layout.options);

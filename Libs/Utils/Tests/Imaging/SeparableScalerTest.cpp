@@ -306,7 +306,8 @@ TEST(SeparableScaler, FinishesTheRowsThatItHasBegun) {
 TEST(SeparableScaler, TreatsWhatIsNoNumberAsThePerSampleWayDoes) {
     constexpr float kNoNumber = std::numeric_limits<float>::quiet_NaN();
     constexpr float kInfinite = std::numeric_limits<float>::infinity();
-    std::vector<float> source(40 * 3, 1.0f), result(20 * 3), expected(20 * 3);
+    std::vector<float> source(std::size_t{40} * 3, 1.0f), result(std::size_t{20} * 3),
+        expected(std::size_t{20} * 3);
     source[9] = kNoNumber;
     source[50] = kInfinite;
     source[90] = -kInfinite;

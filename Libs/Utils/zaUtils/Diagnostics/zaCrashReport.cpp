@@ -410,7 +410,7 @@ void readProcessorName(char (&name)[128]) {
     char brand[49] = "";
     for (std::uint32_t i = 0; i < 3; ++i) {
         const za::os::CpuRegisters registers = za::os::readCpuLeaf(kFirstLeaf + i, 0);
-        std::memcpy(brand + 16 * i, &registers, 16);
+        std::memcpy(brand + std::size_t{16} * i, &registers, 16);
     }
     std::snprintf(name, sizeof name, "%s", brand + std::strspn(brand, " "));
 }
