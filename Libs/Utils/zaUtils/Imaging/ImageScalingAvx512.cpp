@@ -9,6 +9,7 @@
 // One of our compilers warns of its own header.
 #if !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
 #endif
 
 #include <immintrin.h>
@@ -292,6 +293,7 @@ ZA_AVX512 void horizontal(const ByteKernels::Work& work) {
 
 constexpr int kOutputs = 16;
 constexpr int kReach = 2 * static_cast<int>(sizeof(__m512i));
+constexpr int kMostGroups = 4;  // whose lookups stay in registers
 // A group of four taps: where they are, and the low and the high bytes of their weights.
 constexpr std::size_t kLookupPart = sizeof(__m512i), kLookupGroup = 3 * kLookupPart;
 
@@ -309,7 +311,7 @@ struct UsedTaps {
     const std::int16_t* weights;
 };
 
-/// Adds the lookup of some outputs; false when they are too far from each other.
+/// Adds the lookup of some outputs; false when their taps are too many, or too far from each other.
 bool addBlock(const Taps* taps, int outputs, const std::int16_t* weights, TapLookup& lookup) {
     int base = std::numeric_limits<int>::max(), end = 0, most = 0;
     for (int i = 0; i < outputs; ++i) {
@@ -319,9 +321,10 @@ bool addBlock(const Taps* taps, int outputs, const std::int16_t* weights, TapLoo
         most = std::max(most, used.count);
     }
     if (end - base > kReach) return false;
-    const int groups = (most + kTaps - 1) / kTaps;
+    const int groups = std::max((most + kTaps - 1) / kTaps, 1);
+    if (groups > kMostGroups) return false;
     const std::size_t at = lookup.bytes.size();
-    lookup.blocks.push_back({base, groups, at});
+    lookup.blocks.push_back({base, end - base, groups, at});
     lookup.bytes.resize(at + static_cast<std::size_t>(groups) * kLookupGroup);
     for (int i = 0; i < outputs; ++i) {
         const UsedTaps used(taps[i], weights);
@@ -352,33 +355,83 @@ __mmask64 maskOf(int bytes) {
     return bytes > 0 ? (__mmask64{1} << bytes) - 1 : 0;
 }
 
-ZA_VBMI void horizontalByLookup(const ByteKernels::Work& work, const TapLookup& lookup, int first) {
-    const Lanes half = lanesOf(halfOf(work.shift));
-    const __m128i shift = _mm_cvtsi32_si128(work.shift);
+/// Some outputs of all rows: where their rows begin, and the outputs that are wanted.
+struct BlockWork {
+    const unsigned char* const* rows;
+    int base;
+    __mmask64 lower, upper;  ///< the bytes that there are of both vectors
+    const signed char* lookup;
+    int half;
+    __m128i shift;
+    std::int16_t* const* results;
+    std::ptrdiff_t start;  ///< of the block, from the results on
+    __mmask16 wanted;
+};
+
+/// `kIsNear`: the taps lie within one vector. What does not change from row to row stays in
+/// registers.
+template <int kGroups, bool kIsNear>
+ZA_VBMI void sumUpBlock(const BlockWork& work) {
+    __m512i numbers[kGroups], lowWeights[kGroups], highWeights[kGroups];
+    ZA_UNROLL
+    for (std::size_t i = 0; i < kGroups; ++i) {
+        const signed char* group = work.lookup + i * kLookupGroup;
+        numbers[i] = _mm512_loadu_si512(group);
+        lowWeights[i] = _mm512_loadu_si512(group + kLookupPart);
+        highWeights[i] = _mm512_loadu_si512(group + 2 * kLookupPart);
+    }
+    const BlockWork w = work;
+    const Lanes half = lanesOf(w.half);
+    for (std::size_t row = 0; row < kRows; ++row) {
+        const unsigned char* bytes = w.rows[row] + w.base;
+        const __m512i a = _mm512_maskz_loadu_epi8(w.lower, bytes);
+        __m512i b = a;
+        if constexpr (!kIsNear) b = _mm512_maskz_loadu_epi8(w.upper, bytes + kReach / 2);
+        Lanes low = half, high = lanesOf(0);
+        ZA_UNROLL
+        for (std::size_t i = 0; i < kGroups; ++i) {
+            const __m512i taps = kIsNear ? _mm512_permutexvar_epi8(numbers[i], a)
+                                         : _mm512_permutex2var_epi8(a, numbers[i], b);
+            addFour(low, taps, lowWeights[i]);
+            addFour(high, taps, highWeights[i]);
+        }
+        const __m512i sums = _mm512_add_epi32(vectorOf(low), _mm512_slli_epi32(vectorOf(high), 8));
+        _mm256_mask_storeu_epi16(w.results[row] + w.start, w.wanted,
+                                 _mm512_cvtepi32_epi16(_mm512_sra_epi32(sums, w.shift)));
+    }
+}
+
+template <bool kIsNear>
+ZA_AVX512 void sumUpBlock(const BlockWork& work, int groups) {
+    static_assert(kMostGroups == 4);
+    if (groups <= 1) return sumUpBlock<1, kIsNear>(work);
+    if (groups == 2) return sumUpBlock<2, kIsNear>(work);
+    if (groups == 3) return sumUpBlock<3, kIsNear>(work);
+    sumUpBlock<4, kIsNear>(work);
+}
+
+ZA_AVX512 void horizontalByLookup(const ByteKernels::Work& work, const TapLookup& lookup,
+                                  int first) {
     const int last = first + work.outputs;
     for (int number = first / kOutputs; number * kOutputs < last; ++number) {
         const TapLookup::Block& block = lookup.blocks[static_cast<std::size_t>(number)];
-        const __mmask64 lower = maskOf(work.width - block.base);
-        const __mmask64 upper = maskOf(work.width - block.base - 64);
         const int start = number * kOutputs, from = std::max(first - start, 0);
-        const auto wanted = static_cast<__mmask16>(((1U << std::min(last - start, kOutputs)) - 1) &
-                                                   ~((1U << from) - 1));
-        for (std::size_t row = 0; row < kRows; ++row) {
-            const unsigned char* bytes = work.rows[row] + block.base;
-            const __m512i a = _mm512_maskz_loadu_epi8(lower, bytes);
-            const __m512i b = _mm512_maskz_loadu_epi8(upper, bytes + 64);
-            const signed char* group = lookup.bytes.data() + block.at;
-            Lanes low = half, high = lanesOf(0);
-            for (int i = 0; i < block.groups; ++i, group += kLookupGroup) {
-                const __m512i taps = _mm512_permutex2var_epi8(a, _mm512_loadu_si512(group), b);
-                addFour(low, taps, _mm512_loadu_si512(group + kLookupPart));
-                addFour(high, taps, _mm512_loadu_si512(group + 2 * kLookupPart));
-            }
-            const __m512i sums =
-                _mm512_add_epi32(vectorOf(low), _mm512_slli_epi32(vectorOf(high), 8));
-            _mm256_mask_storeu_epi16(work.results[row] + (start - first), wanted,
-                                     _mm512_cvtepi32_epi16(_mm512_sra_epi32(sums, shift)));
-        }
+        const unsigned until = (1U << std::min(last - start, kOutputs)) - 1;
+        const int left = work.width - block.base;
+        const BlockWork part = {work.rows,
+                                block.base,
+                                maskOf(left),
+                                maskOf(left - kReach / 2),
+                                lookup.bytes.data() + block.at,
+                                halfOf(work.shift),
+                                _mm_cvtsi32_si128(work.shift),
+                                work.results,
+                                start - first,
+                                static_cast<__mmask16>(until & ~((1U << from) - 1))};
+        if (block.reach <= kReach / 2)
+            sumUpBlock<true>(part, block.groups);
+        else
+            sumUpBlock<false>(part, block.groups);
     }
 }
 

@@ -45,6 +45,7 @@ constexpr int kMaxFixedWeight = 127 * 256 + 127;
 struct TapLookup {
     struct Block {
         int base;
+        int reach;  ///< bytes from there on
         int groups;
         std::size_t at;  ///< in `bytes`
     };
