@@ -8,6 +8,12 @@ from pathlib import Path
 
 from zaToolTesting import FAILED, SUCCESS, USAGE, Terminal, ToolTestCase, host_path
 
+# Two by two pixels of the inks 40, 80, 160 and 20 of 255, as image programs store them: inverted.
+INKS = base64.b64decode(
+    "/9j/7gAOQWRvYmUAZAAAAAAA/9sAQwACAQEBAQECAQEBAgICAgIEAwICAgIFBAQDBAYFBgYGBQYGBgcJCAYHCQcGBggLCA"
+    "kKCgoKCgYICwwLCgwJCgoK/8AAFAgAAgACBEMRAE0RAFkRAEsRAP/EABUAAQEAAAAAAAAAAAAAAAAAAAgJ/8QAFBABAAAAAA"
+    "AAAAAAAAAAAAAAAP/aAA4EQwBNAFkASwAAPwCrheD2tY//2Q==")
+
 SIGNATURE = b"\x89PNG\r\n\x1a\n"
 CHANNELS_OF_COLOUR_TYPE = {0: 1, 2: 3, 3: 1, 4: 2, 6: 4}
 
@@ -133,13 +139,22 @@ class Scale(ToolTestCase):
                                  read_png(self.content("o-" + name + ".png")))
 
     def test_reads_the_four_inks_of_printing(self):
-        # 40, 80, 160 and 20 of 255, as image programs store them: inverted.
-        self.make("inks.jpg", base64.b64decode(
-            "/9j/7gAOQWRvYmUAZAAAAAAA/9sAQwACAQEBAQECAQEBAgICAgIEAwICAgIFBAQDBAYFBgYGBQYGBgcJCAYHCQcGBggLCA"
-            "kKCgoKCgYICwwLCgwJCgoK/8AAFAgAAgACBEMRAE0RAFkRAEsRAP/EABUAAQEAAAAAAAAAAAAAAAAAAAgJ/8QAFBABAAAAAA"
-            "AAAAAAAAAAAAAAAP/aAA4EQwBNAFkASwAAPwCrheD2tY//2Q=="))
+        self.make("inks.jpg", INKS)
         self.scale("inks.jpg", "o.png", "--size", "1x1")
         self.assert_near([[(255 - ink) * (255 - 20) / 255 for ink in (40, 80, 160)]], self.rows("o.png"))
+
+    def test_refuses_colours_of_unknown_kind(self):
+        two = INKS  # with the first two of its four components alone
+        for marker, size_of_each in ((b"\xff\xc0", 3), (b"\xff\xda", 2)):
+            at = two.index(marker)
+            count_at = at + (9 if size_of_each == 3 else 4)
+            self.assertEqual(4, two[count_at])
+            two = (two[:at + 2] + struct.pack(">H", struct.unpack_from(">H", two, at + 2)[0] - 2 * size_of_each)
+                   + two[at + 4:count_at] + b"\x02" + two[count_at + 1:count_at + 1 + 2 * size_of_each]
+                   + two[count_at + 1 + 4 * size_of_each:])
+        self.make("two.jpg", two)
+        self.expect(FAILED, "", "two.jpg: is no picture that can be read: its colours are of no known kind\n",
+                    "scale", "two.jpg", "o.png", "--size", "1x1")
 
     def test_writes_hdr_and_jpeg_that_read_back(self):
         self.make("light.hdr", hdr(4, 4, (128, 64, 32, 129)))  # 1, 0.5 and 0.25 in linear light

@@ -380,7 +380,7 @@ ZA_VBMI void sumUpBlock(const BlockWork& work) {
         lowWeights[i] = _mm512_loadu_si512(group + kLookupPart);
         highWeights[i] = _mm512_loadu_si512(group + 2 * kLookupPart);
     }
-    const BlockWork w = work;
+    const BlockWork w = work;  // which the results cannot overlap, for all that the compiler knows
     const Lanes half = lanesOf(w.half);
     for (std::size_t row = 0; row < kRows; ++row) {
         const unsigned char* bytes = w.rows[row] + w.base;
