@@ -55,6 +55,19 @@ private:
     bool _isShort = false;
 };
 
+/// Whether a file promises more pixels than so many bytes hold in any of the formats, at most by a
+/// PNG of one bit a pixel: then memory for them is not even asked for.
+bool promisesTooMuch(std::string_view bytes) {
+    constexpr double kMostPixelsPerByte =
+        8 * 1032.0;  // the second is the most that deflate reaches
+    Content content(bytes);
+    int width = 0, height = 0, channels = 0;
+    return stbi_info_from_callbacks(&Content::callbacks(), &content, &width, &height, &channels) !=
+               0 &&
+           static_cast<double>(width) * height >
+               kMostPixelsPerByte * static_cast<double>(bytes.size());
+}
+
 /// Owns what a decoder has made.
 struct Decoded {
     void* pixels;
@@ -187,6 +200,7 @@ private:
 std::string decodePicture(std::string_view bytes, Picture& picture) {
     if (bytes.empty()) return kEndsTooEarly;
     if (isJpeg(bytes)) return decodeJpeg(bytes, picture);
+    if (promisesTooMuch(bytes)) return kEndsTooEarly;
     ImageScaling::Layout& layout = picture.layout;
     layout.sample = sampleOf(bytes);
     picture.isLight = layout.sample == Sample::Float;

@@ -220,6 +220,7 @@ class Scale(ToolTestCase):
             ("cut.png", whole[:len(whole) // 2], early),
             ("cut.bmp", bmp(9, 9, (1, 2, 3))[:-1], early),
             ("cut.tga", tga(9, 9, (1, 2, 3))[:-1], early),
+            ("promise.tga", tga(60000, 60000, ())[:30], early),
             ("cut.hdr", hdr(9, 9, (1, 2, 3, 128))[:-1], early),
         ]:
             with self.subTest(name):
