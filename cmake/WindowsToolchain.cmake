@@ -12,6 +12,11 @@ set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
+# Sections that begin on a page of the file are mapped by Wine; others it reads whole, debugging
+# information and all, whenever a program starts.
+set(CMAKE_EXE_LINKER_FLAGS_INIT -Wl,--file-alignment,0x1000)
+set(CMAKE_SHARED_LINKER_FLAGS_INIT -Wl,--file-alignment,0x1000)
+
 get_filename_component(za_toolchain_root "${CMAKE_CURRENT_LIST_DIR}" DIRECTORY)
 
 # A path of CMAKE_PREFIX_PATH counts as it stands only when it lies below one of the roots.

@@ -61,7 +61,7 @@ class Commands(ToolTestCase):
             for block in blocks:
                 with self.subTest(payload=len(payload), metadata=len(block)):
                     self.make("a", payload)
-                    self.assertEqual(SUCCESS, self.run_tool("checksum", "add", "a").code)
+                    self.expect_code(SUCCESS, "checksum", "add", "a")
                     self.assertEqual(with_checksum(payload), self.content("a"))
                     self.make("a", with_checksum(payload, block))
                     self.expect(SUCCESS, f"a: checksum {crc(payload).decode()} removed\n", "",
@@ -72,7 +72,7 @@ class Commands(ToolTestCase):
         for content in (CHECK, b"", CHECK + metadata_block(b"m"), with_checksum(CHECK) + BAD_METADATA):
             with self.subTest(content):
                 self.make("a", content)
-                self.assertEqual(MISSING, self.run_tool("checksum", "strip", "a").code)
+                self.expect_code(MISSING, "checksum", "strip", "a")
                 self.assertEqual(content, self.content("a"))
 
     def test_add_changes_a_file_with_checksum_only_when_forced(self):
@@ -95,9 +95,9 @@ class Commands(ToolTestCase):
                 payload = b"\0ZARNCRC00000000x"[-size:] if size else b""
                 self.make("a", payload)
                 self.expect(MISSING, "a: no checksum\n", "", "checksum", "verify", "a")
-                self.assertEqual(SUCCESS, self.run_tool("checksum", "add", "a").code)
+                self.expect_code(SUCCESS, "checksum", "add", "a")
                 self.assertEqual(with_checksum(payload), self.content("a"))
-                self.assertEqual(SUCCESS, self.run_tool("checksum", "verify", "a").code)
+                self.expect_code(SUCCESS, "checksum", "verify", "a")
         self.make("a", footer(b"00000000"))
         self.expect(SUCCESS, "a: correct 00000000\n", "", "checksum", "verify", "a")
 
@@ -114,11 +114,10 @@ class Commands(ToolTestCase):
                 self.expect(SUCCESS, f"a: CBF43926, payload 9 bytes, footer at {at}\n", "",
                             "checksum", "show", "a", "--skip", skip)
                 self.make("a", b"H" + head[1:] + with_checksum(CHECK))
-                self.assertEqual(SUCCESS, self.run_tool("checksum", "verify", "--skip=" + skip, "a").code)
-                self.assertEqual(WRONG, self.run_tool("checksum", "verify", "a").code)
-                self.assertEqual(SUCCESS, self.run_tool(
-                    "checksum", "add", "--force", "--skip", skip, "a").code)
-                self.assertEqual(SUCCESS, self.run_tool("checksum", "strip", "--skip", skip, "a").code)
+                self.expect_code(SUCCESS, "checksum", "verify", "--skip=" + skip, "a")
+                self.expect_code(WRONG, "checksum", "verify", "a")
+                self.expect_code(SUCCESS, "checksum", "add", "--force", "--skip", skip, "a")
+                self.expect_code(SUCCESS, "checksum", "strip", "--skip", skip, "a")
                 self.assertEqual(b"H" + head[1:] + CHECK, self.content("a"))
 
     def test_skip_beyond_the_file(self):
@@ -156,7 +155,7 @@ class SeveralFiles(ToolTestCase):
     def test_one_failure_does_not_keep_the_others_from_being_done(self):
         self.make("a", CHECK)
         self.make("b", CHECK)
-        self.assertEqual(FAILED, self.run_tool("checksum", "add", "a", "none", "b").code)
+        self.expect_code(FAILED, "checksum", "add", "a", "none", "b")
         self.assertEqual([with_checksum(CHECK)] * 2, [self.content("a"), self.content("b")])
         self.assertFalse((self.folder / "none").exists())
 

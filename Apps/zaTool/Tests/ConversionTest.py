@@ -45,7 +45,7 @@ class Hash(ToolTestCase):
                        {"file": ".", "problem": "is a folder (-r takes the files below it)"},
                        {"file": "none", "problem": "cannot be read: No such file or directory"}]},
             json.loads(result.out))
-        self.assertEqual(USAGE, self.run_tool("hash", "--by", "md5", "a").code)
+        self.expect_code(USAGE, "hash", "--by", "md5", "a")
 
 
 class Base64(ToolTestCase):
@@ -117,8 +117,7 @@ class Shader(ToolTestCase):
         size = len(self.TEXT)
         self.expect(FAILED, "", "blob: " + end.format(size - 1), "shader", "unpack", "blob",
                     "--max-size", str(size - 1))
-        self.assertEqual(SUCCESS, self.run_tool("shader", "unpack", "blob", "--max-size",
-                                                str(size)).code)
+        self.expect_code(SUCCESS, "shader", "unpack", "blob", "--max-size", str(size))
 
 
 class Files(ToolTestCase):
@@ -131,14 +130,14 @@ class Files(ToolTestCase):
         self.expect(FAILED, "", "File 'out' already exists!\nOverwrite file? No (standard input is "
                     "no terminal)\nout: not written\n", "base64", "encode", "in", "-o", "out")
         self.make("bad", b"Zm9v?")
-        self.assertEqual(FAILED, self.run_tool("base64", "decode", "bad", "-o", "new").code)
+        self.expect_code(FAILED, "base64", "decode", "bad", "-o", "new")
         self.expect(FAILED, "", ".: is no regular file\n", "base64", "encode", "in", "-o", ".")
         if not ON_WINDOWS:
             result = self.run_tool("base64", "encode", "in", "-o", "new",
                                    preexec_fn=with_file_size_limit(CHUNK))
             self.assertEqual((FAILED, "new: cannot be written: File too large\n"),
                              (result.code, result.err))
-            self.assertEqual(FAILED, self.run_tool("base64", "encode", "in", "-o", "/dev/full").code)
+            self.expect_code(FAILED, "base64", "encode", "in", "-o", "/dev/full")
         self.assertEqual((["bad", "in", "out"], b"before"), (self.names(), self.content("out")))
 
     def test_is_replaced_when_the_user_agrees(self):

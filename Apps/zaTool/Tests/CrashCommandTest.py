@@ -70,7 +70,7 @@ class CrashReports(ToolTestCase):
             result = self.run_tool("crash", "abort", "--folder", folder)
             self.assertEqual(FAILED, result.code)
             self.assertIn("cannot be written", result.err)
-        self.assertEqual(USAGE, self.run_tool("crash", "nonsense").code)
+        self.expect_code(USAGE, "crash", "nonsense")
 
 
 if __name__ == "__main__":

@@ -62,7 +62,7 @@ class Info(ToolTestCase):
                 self.assertTrue(any(line[:1] == [name] for line in lines), name)
 
     def test_takes_no_file(self):
-        self.assertEqual(USAGE, self.run_tool("info", "file").code)
+        self.expect_code(USAGE, "info", "file")
 
 
 if __name__ == "__main__":

@@ -204,7 +204,7 @@ class Filters(LogTestCase):
                 words = [word.replace("|", " ") for word in arguments.split()]
                 result = self.run_tool("log", "a", *words)
                 self.assertEqual((USAGE, ""), (result.code, result.out))
-        self.assertEqual(USAGE, self.run_tool("log").code)
+        self.expect_code(USAGE, "log")
 
 
 class Failures(LogTestCase):

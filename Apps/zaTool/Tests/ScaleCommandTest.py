@@ -264,7 +264,7 @@ class Scale(ToolTestCase):
             ["a.png", "o.png", "--size", "4x4", "--compare"],
         ]:
             with self.subTest(arguments):
-                self.assertEqual(USAGE, self.run_tool("scale", *arguments).code)
+                self.expect_code(USAGE, "scale", *arguments)
         self.expect(FAILED, "", "o.gif: is not the name of a PNG, JPEG or HDR file\n", "scale", "a.png",
                     "o.gif", "--size", "4x4")
 

@@ -37,7 +37,7 @@ class Stacks(ToolTestCase):
         result = self.run_tool("stack", "2147483600")
         self.assertEqual((FAILED, ""), (result.code, result.out))
         self.assertIn("no process 2147483600", result.err)
-        self.assertEqual(USAGE, self.run_tool("stack", "x").code)
+        self.expect_code(USAGE, "stack", "x")
 
     @unittest.skipIf(ON_WINDOWS, "everything belongs to one user there")
     def test_fail_without_permission(self):

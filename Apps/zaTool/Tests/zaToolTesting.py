@@ -80,6 +80,11 @@ class ToolTestCase(unittest.TestCase):
         result = self.run_tool(*arguments, **options)
         self.assertEqual((code, out, err), (result.code, result.out, result.err))
 
+    def expect_code(self, code, *arguments, **options):
+        """Runs the tool and compares its exit code; what it printed tells of a wrong one."""
+        result = self.run_tool(*arguments, **options)
+        self.assertEqual(code, result.code, result.out[-1000:] + result.err[-1000:])
+
 
 class Terminal:
     """zaTool on a pseudo-terminal, with a person who types."""
@@ -173,12 +178,15 @@ class Background:
                 raise AssertionError(f"{text!r} does not appear in {self.text()[-1000:]!r}")
             data = os.read(self.process.stdout.fileno(), 65536)
             if not data:
-                raise AssertionError(f"ended without {text!r}: {self.text()[-1000:]!r}")
+                raise AssertionError(f"ended without {text!r}: {self.end()}")
             self.shown += data
 
     def interrupt(self):
         """Exit code, all output and all errors."""
         self.process.send_signal(signal.SIGINT)
+        return self.end()
+
+    def end(self):
         rest, _ = self.process.communicate(timeout=TIMEOUT)
         self.shown += rest
         self.errors.seek(0)
