@@ -442,10 +442,12 @@ void readIdentity() {
 }  // namespace
 
 bool zaCrashReport::install(const std::string& folder) {
-    if (!za::os::prepareReportFolder(folder)) return false;
+    if (!prepareThread() || !za::os::prepareReportFolder(folder)) return false;
+    static const bool isWatching = za::os::installCrashHandlers(writeCrashReport);
+    if (!isWatching) return false;
     readIdentity();
     za::log::logRing().enable();
-    return za::os::installCrashHandlers(writeCrashReport);
+    return true;
 }
 
 bool zaCrashReport::prepareThread() {

@@ -49,7 +49,7 @@ struct MemoryFacts {
 using CrashWriter = void (*)(const CrashEvent& event);
 
 /// From now on a crash is reported: a fatal signal, an unhandled exception, std::terminate. After
-/// the report everything goes on as if nothing had been installed.
+/// the report everything goes on as if nothing had been installed. To be called once.
 /// @return false when the system refuses
 bool installCrashHandlers(CrashWriter writer);
 

@@ -19,7 +19,6 @@
 #include <cstring>
 #include <ctime>
 #include <exception>
-#include <mutex>
 
 #include "zaUtils/Os/Posix/PosixPath.h"
 #include "zaUtils/Os/Posix/PosixStack.h"
@@ -280,11 +279,7 @@ void readBuildId(CrashModule& module) {
 }  // namespace
 
 bool installCrashHandlers(CrashWriter writer) {
-    static std::mutex& mutex = *new std::mutex;
-    const std::lock_guard<std::mutex> lock(mutex);
-    const bool isFirst = !g_writer;
     g_writer = writer;
-    if (!isFirst) return true;
     prepareCapture();
     FrameList frames{g_event.frames.counters, kMostCrashFrames, 0};
     captureFrames(frames, 0, nullptr);  // the unwinder loads what it needs now
@@ -295,7 +290,7 @@ bool installCrashHandlers(CrashWriter writer) {
         if (::sigaction(signal, &action, &g_previous[signal]) != 0) return false;
     }
     g_previousTerminate = std::set_terminate(onTerminate);
-    return prepareThreadForCrashes();
+    return true;
 }
 
 bool prepareThreadForCrashes() {

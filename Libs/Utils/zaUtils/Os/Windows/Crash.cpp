@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
-#include <mutex>
 #include <vector>
 
 #include "zaUtils/Os/UncaughtException.h"
@@ -361,11 +360,7 @@ bool isWritableFolder(const std::wstring& folder) {
 }  // namespace
 
 bool installCrashHandlers(CrashWriter writer) {
-    static std::mutex& mutex = *new std::mutex;
-    const std::lock_guard<std::mutex> lock(mutex);
-    const bool isFirst = !g_writer;
     g_writer = writer;
-    if (!isFirst) return true;
     HMODULE self = nullptr;  // stays loaded, for the sake of what points into it
     GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
                        reinterpret_cast<const wchar_t*>(&writeReports), &self);
@@ -379,7 +374,7 @@ bool installCrashHandlers(CrashWriter writer) {
     g_previousFilter = SetUnhandledExceptionFilter(onUnhandledException);
     g_previousTerminate = std::set_terminate(onTerminate);
     g_previousAbort = std::signal(SIGABRT, onAbort);
-    return prepareThreadForCrashes();
+    return true;
 }
 
 bool prepareThreadForCrashes() {
