@@ -18,7 +18,7 @@
 #include <vector>
 
 #include "Benchmark.h"
-#include "zaUtils/Imaging/ImagePixelHandler.h"
+#include "Tests/Support/PerSample.h"
 #include "zaUtils/Imaging/Internal/SeparableScaler.h"
 
 namespace {
@@ -28,24 +28,6 @@ using Sample = ImagePixelHandler::Sample;
 
 const ImageLanczos3Filter kLanczos(3.0);
 const ImageLinearFilter kLinear(1.0);
-
-/// Hides from the scaler what it hands on to.
-class PerSample final : public ImageScaler::ValueHandler {
-public:
-    double read(const unsigned char* source, int channels, int width, int height, int channel,
-                int xLeft, int yLeft, int zLeft, int xRight, int yRight, int zRight,
-                const double* x, const double* y, const double* z) override {
-        return _pixels.read(source, channels, width, height, channel, xLeft, yLeft, zLeft, xRight,
-                            yRight, zRight, x, y, z);
-    }
-    void write(double value, unsigned char* destination, int channels, int width, int height,
-               int channel, int x, int y, int z) override {
-        _pixels.write(value, destination, channels, width, height, channel, x, y, z);
-    }
-
-private:
-    ImagePixelHandler _pixels{Sample::UInt8};
-};
 
 /// A square image or a cube, and what it becomes.
 struct Job {
@@ -103,7 +85,7 @@ Contender ours(Job& job, const ImageGenericFilter& filter) {
 
 void compareWithSamples(Job& job, const std::string& kernel, const ImageGenericFilter& filter,
                         int rounds = 3) {
-    static PerSample samples;
+    static PerSample samples{ImagePixelHandler(Sample::UInt8)};
     compare({job.title(kernel) + ", one thread",
              "image",
              1,

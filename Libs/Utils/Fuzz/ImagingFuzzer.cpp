@@ -10,31 +10,12 @@
 #include <vector>
 
 #include "Fuzzing.h"
+#include "Tests/Support/PerSample.h"
 #include "zaUtils/Imaging/ImageScaling.h"
 
 namespace {
 
 using Sample = ImagePixelHandler::Sample;
-
-/// Hides from the scaler what it hands on to.
-class PerSample final : public ImageScaler::ValueHandler {
-public:
-    explicit PerSample(const ImagePixelHandler& pixels) : _pixels(pixels) {}
-
-    double read(const unsigned char* source, int channels, int width, int height, int channel,
-                int xLeft, int yLeft, int zLeft, int xRight, int yRight, int zRight,
-                const double* x, const double* y, const double* z) override {
-        return _pixels.read(source, channels, width, height, channel, xLeft, yLeft, zLeft, xRight,
-                            yRight, zRight, x, y, z);
-    }
-    void write(double value, unsigned char* destination, int channels, int width, int height,
-               int channel, int x, int y, int z) override {
-        _pixels.write(value, destination, channels, width, height, channel, x, y, z);
-    }
-
-private:
-    ImagePixelHandler _pixels;
-};
 
 /// A block of its own for the sanitizer to watch over.
 std::unique_ptr<unsigned char[]> block(const ImageScaling::Size& size, int channels,

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "Support/PerSample.h"
 #include "zaUtils/Imaging/ImagePixelHandler.h"
 #include "zaUtils/Imaging/Internal/SeparableScaler.h"
 #include "zaUtils/Progress/zaStackedProgress.h"
@@ -26,10 +27,10 @@ using Filter = std::shared_ptr<const ImageGenericFilter>;
 using Sample = ImagePixelHandler::Sample;
 using Table = std::vector<ImageScaler::Contribution>;
 
-/// Hides what it hands on to, and keeps the tables that it sees.
-class PerSample final : public ImageScaler::ValueHandler {
+/// Keeps the tables that it sees.
+class TableKeeper final : public PerSample {
 public:
-    PerSample(const ImagePixelHandler& pixels, const Size& dst) : _pixels(pixels) {
+    TableKeeper(const ImagePixelHandler& pixels, const Size& dst) : PerSample(pixels) {
         tables[0].resize(std::size_t(dst.width));
         tables[1].resize(std::size_t(dst.height));
         tables[2].resize(std::size_t(dst.depth));
@@ -41,15 +42,15 @@ public:
         pending()[0] = {{x, x + (xRight - xLeft + 1)}, xLeft, xRight};
         pending()[1] = {{y, y + (yRight - yLeft + 1)}, yLeft, yRight};
         pending()[2] = {{z, z + (zRight - zLeft + 1)}, zLeft, zRight};
-        return _pixels.read(source, channels, width, height, channel, xLeft, yLeft, zLeft, xRight,
-                            yRight, zRight, x, y, z);
+        return PerSample::read(source, channels, width, height, channel, xLeft, yLeft, zLeft,
+                               xRight, yRight, zRight, x, y, z);
     }
     void write(double value, unsigned char* destination, int channels, int width, int height,
                int channel, int x, int y, int z) override {
         if (channel == 0 && y == 0 && z == 0) tables[0][std::size_t(x)] = pending()[0];
         if (channel == 0 && x == 0 && z == 0) tables[1][std::size_t(y)] = pending()[1];
         if (channel == 0 && x == 0 && y == 0) tables[2][std::size_t(z)] = pending()[2];
-        _pixels.write(value, destination, channels, width, height, channel, x, y, z);
+        PerSample::write(value, destination, channels, width, height, channel, x, y, z);
     }
 
     Table tables[3];
@@ -59,8 +60,6 @@ private:
         static thread_local auto* contributions = new ImageScaler::Contribution[3];
         return contributions;
     }
-
-    ImagePixelHandler _pixels;
 };
 
 std::size_t samplesOf(const Size& size, int channels) {
@@ -131,7 +130,7 @@ void check(std::mt19937& random, const Case& c) {
         return result;
     };
     ImagePixelHandler pixels(c.sample, c.options);
-    PerSample slow(pixels, c.dst);
+    TableKeeper slow(pixels, c.dst);
     const Bytes expected = scaleBy(slow), result = scaleBy(pixels);
     ASSERT_TRUE(std::equal(result.begin(), result.begin() + kGuard, empty.begin()));
     ASSERT_TRUE(std::equal(result.end() - kGuard, result.end(), empty.begin()));
@@ -223,7 +222,7 @@ TEST(SeparableScaler, CountsWithIntegersWhereItsErrorIsSmallEnough) {
     const auto usesIntegers = [](Sample sample, unsigned int options, int in, int out,
                                  const Filter& filter) {
         const ImagePixelHandler pixels(sample, options);
-        PerSample slow(pixels, {out, 1, 1});
+        TableKeeper slow(pixels, {out, 1, 1});
         const Bytes source(std::size_t(in) * 4);
         Bytes result(std::size_t(out) * 4);
         EXPECT_TRUE(ImageScaler::scale({source.data()}, {result.data()}, in, 1, 1, out, 1, 1, 1,
@@ -312,7 +311,7 @@ TEST(SeparableScaler, TreatsWhatIsNoNumberAsThePerSampleWayDoes) {
     source[50] = kInfinite;
     source[90] = -kInfinite;
     ImagePixelHandler pixels(Sample::Float);
-    PerSample slow(pixels, {20, 3, 1});
+    TableKeeper slow(pixels, {20, 3, 1});
     const auto scale = [&](std::vector<float>& to, ImageScaler::ValueHandler& handler) {
         EXPECT_TRUE(ImageScaler::scale({reinterpret_cast<const unsigned char*>(source.data())},
                                        {reinterpret_cast<unsigned char*>(to.data())}, 40, 3, 1, 20,
