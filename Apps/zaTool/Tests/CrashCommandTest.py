@@ -38,7 +38,7 @@ class CrashReports(ToolTestCase):
         lines = text.splitlines()
         self.assertRegex(lines[0], f"^zaTool has crashed: .*({reason})")
         self.assertRegex(lines[1], rf"^in \(anonymous namespace\)::{culprit} "
-                                   rf"\(.*CrashCommand\.cpp:\d+\) \[zaTool(\.exe)?\+0x[0-9A-F]+\]$")
+                                   rf"\(.*Crashes\.cpp:\d+\) \[zaTool(\.exe)?\+0x[0-9A-F]+\]$")
         self.assertRegex(lines[2], r"^at \d+-\d\d-\d\d \d\d:\d\d:\d\d UTC, process \d+, thread \d+$")
         self.assertIn('version "zaTool"', lines[3])
         found = [next((i for i, line in enumerate(lines) if re.fullmatch(heading, line.split(" (")[0])), None)
