@@ -31,6 +31,8 @@ TEST(CrashReport, KeepsMessagesOnceInstalled) {
     ASSERT_EQ(ring.size(), 1u);
     EXPECT_STREQ(ring[0].text, "kept 1");
     EXPECT_EQ(ring[0].kind, 'W');
+    EXPECT_TRUE(zaCrashReport::install(folder.path()));
+    EXPECT_FALSE(zaCrashReport::install(folder.path("missing")));
     EXPECT_EQ(folder.entries(), 0u);
 }
 

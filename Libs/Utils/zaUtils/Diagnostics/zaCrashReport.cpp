@@ -442,7 +442,7 @@ void readIdentity() {
 }  // namespace
 
 bool zaCrashReport::install(const std::string& folder) {
-    if (!prepareThread() || !za::os::prepareReportFolder(folder)) return false;
+    if (!za::os::prepareReportFolder(folder) || !prepareThread()) return false;
     static const bool isWatching = za::os::installCrashHandlers(writeCrashReport);
     if (!isWatching) return false;
     readIdentity();
