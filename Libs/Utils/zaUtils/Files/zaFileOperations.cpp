@@ -184,7 +184,7 @@ bool zaFile::copy(const std::string& source, const std::string& destination) {
     if (za::os::isSameFile(source, destination)) return false;
     if (!out.open(destination, OpenMode::Write).ok()) return false;
 
-    constexpr std::size_t kBlockSize = 64 * 1024;
+    constexpr std::size_t kBlockSize = std::size_t{64} * 1024;
     std::vector<char> block(kBlockSize);
     std::size_t count = 0;
     do {
