@@ -182,11 +182,12 @@ class Background:
             self.shown += data
 
     def interrupt(self):
-        """Exit code, all output and all errors."""
+        """What `end` gives after Ctrl-C."""
         self.process.send_signal(signal.SIGINT)
         return self.end()
 
     def end(self):
+        """Waits for it: exit code, all output and all errors."""
         rest, _ = self.process.communicate(timeout=TIMEOUT)
         self.shown += rest
         self.errors.seek(0)
